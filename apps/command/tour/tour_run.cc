@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "apps/command/tour/tour_run.h"
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <utility>
+
+#include "apps/command/coordinates.h"
+#include "apps/command/tour/far_apart.h"
+#include "apps/command/tour/graph_snapshot.h"
+#include "apps/command/tour/tour_fetch_manager.h"
+#include "apps/command/tour/tour_walk.h"
+#include "host/reference/network_statistics.h"
+#include "spatial/graph/pano_graph.h"
+#include "spatial/panorama/pelorin_spatial_options.h"
+
+namespace pelorin {
+namespace command {
+namespace {
+
+using nimbara::net::GetNetworkStatistics;
+using nimbara::net::NetworkStatistics;
+using nimbara::spatial::PelorinSpatialOptions;
+
+/// The library's counters at one moment; a tour is the difference of two.
+struct Counters {
+  NetworkStatistics network = GetNetworkStatistics();
+  int by_id = PelorinSpatialOptions::s_settings_.num_meta_data_pano_id_fetches.Get();
+  int by_position = PelorinSpatialOptions::s_settings_.num_meta_data_pano_lat_lon_fetches.Get();
+  int by_tile = PelorinSpatialOptions::s_settings_.num_meta_data_pano_tile_fetches.Get();
+  std::chrono::steady_clock::time_point time = std::chrono::steady_clock::now();
+};
+
+std::uint64_t PeakMemoryBytes() {
+  struct rusage usage {};
+  return getrusage(RUSAGE_SELF, &usage) == 0 ? static_cast<std::uint64_t>(usage.ru_maxrss) * 1024
+                                             : 0;
+}
+
+TourFigures FiguresBetween(const Counters& start, const Counters& end, const TourWalk& walk) {
+  TourFigures figures;
+  figures.id_requests = static_cast<std::uint64_t>(end.by_id - start.by_id);
+  figures.position_requests = static_cast<std::uint64_t>(end.by_position - start.by_position);
+  figures.tile_requests = static_cast<std::uint64_t>(end.by_tile - start.by_tile);
+  figures.refused = walk.refused();
+  figures.failed = end.network.failed - start.network.failed;
+  figures.retried = end.network.retried - start.network.retried + walk.asked_again();
+  figures.seconds = std::chrono::duration<double>(end.time - start.time).count();
+  figures.peak_memory_bytes = PeakMemoryBytes();
+  return figures;
+}
+
+Outcome ChooseEnds(const PanoSource& source, const TourRequest& request, WalkPlan* plan) {
+  if (request.from && request.to) {
+    plan->from = *request.from;
+    plan->to = *request.to;
+    return Outcome::Done();
+  }
+  if (source.dataset() == nullptr) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "a server does not say where to walk", "--server",
+                         "give --from and --to");
+  }
+  const DatasetInfo& info = source.dataset()->info();
+  if (info.tour_from && info.tour_to) {
+    plan->from = *info.tour_from;
+    plan->to = *info.tour_to;
+  } else if (Outcome outcome =
+                 ChooseFarApart(*source.dataset(), request.max_hops, &plan->from, &plan->to);
+             !outcome.ok()) {
+    return outcome;
+  }
+  plan->from = request.from.value_or(plan->from);
+  plan->to = request.to.value_or(plan->to);
+  return Outcome::Done();
+}
+
+Outcome DescribeSource(const PanoSource& source, TourReport* report) {
+  if (source.dataset() == nullptr) {
+    report->title = source.url();
+    return Outcome::Done();
+  }
+  report->title = source.dataset()->info().name;
+  report->attribution = source.dataset()->info().attribution;
+  std::string error;
+  return source.dataset()->ReadBackdrop(&report->backdrop, &error) == Answer::kFailed
+             ? Outcome::Fail(ExitCode::kDataError, error)
+             : Outcome::Done();
+}
+
+/// With a server the data says itself whom to credit.
+void CreditFirstCopyright(TourReport* report) {
+  for (const TourPanorama& panorama : report->panoramas) {
+    if (report->attribution.empty()) {
+      report->attribution = panorama.copyright;
+    }
+  }
+}
+
+Outcome ParseEnd(const std::string& text, const char* flag, std::optional<LatLng>* end) {
+  if (text.empty()) {
+    return Outcome::Done();
+  }
+  LatLng place;
+  Outcome outcome = ParseLatLng(text, flag, &place);
+  if (outcome.ok()) {
+    *end = place;
+  }
+  return outcome;
+}
+
+}  // namespace
+
+Outcome ParseEnds(const std::string& from, const std::string& to, TourRequest* request) {
+  Outcome outcome = ParseEnd(from, "--from", &request->from);
+  return outcome.ok() ? ParseEnd(to, "--to", &request->to) : outcome;
+}
+
+Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const Session& session,
+                TourReport* report) {
+  PanoSource source;
+  if (Outcome outcome = source.Open(flags, session); !outcome.ok()) {
+    return outcome;
+  }
+  TourReport made;
+  WalkPlan plan;
+  plan.max_hops = request.max_hops;
+  plan.server = source.url();
+  plan.radius_m =
+      static_cast<double>(PelorinSpatialOptions::s_settings_.default_search_radius_m.Get());
+  if (Outcome outcome = ChooseEnds(source, request, &plan); !outcome.ok()) {
+    return outcome;
+  }
+  if (Outcome outcome = DescribeSource(source, &made); !outcome.ok()) {
+    return outcome;
+  }
+  made.from = plan.from;
+  made.to = plan.to;
+  session.TellDetail("from " + LatLngText(plan.from) + " to " + LatLngText(plan.to));
+
+  Progress progress = session.NewProgress("panoramas");
+  const Counters start;
+  // The graph goes last: manager and walk point into it.
+  nimbara::spatial::PanoGraph graph;
+  TourFetchManager manager(&graph);
+  TourWalk walk(&graph, &manager, plan, [&progress](std::int64_t done, std::int64_t total) {
+    progress.Update(done, total);
+  });
+  const Outcome outcome = request.go_along ? walk.Run() : walk.FindRoute();
+  manager.Stop();
+  const Counters end;
+  progress.Finish();
+  if (!outcome.ok()) {
+    return outcome;
+  }
+  CopyGraph(graph, walk.path(), &made);
+  CreditFirstCopyright(&made);
+  made.figures = FiguresBetween(start, end, walk);
+  *report = std::move(made);
+  return Outcome::Done();
+}
+
+}  // namespace command
+}  // namespace pelorin

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "apps/command/outcome.h"
+#include "apps/command/pano_source.h"
+#include "apps/command/session.h"
+#include "apps/command/tour/tour_report.h"
+
+namespace pelorin {
+namespace command {
+
+/// What `tour` and `route` are asked for.
+struct TourRequest {
+  std::optional<LatLng> from;  ///< Absent: the dataset's own choice.
+  std::optional<LatLng> to;    ///< Likewise.
+  int max_hops = 1000;         ///< Most panoramas in the walk; 1 or more.
+  bool go_along = true;        ///< False: the way is found, but not gone.
+};
+
+/// Reads the ends from their flags; an empty one stays absent. Fails (wrong usage) for a text that
+/// is no place.
+Outcome ParseEnds(const std::string& from, const std::string& to, TourRequest* request);
+
+/// Opens the source and runs the whole pipeline over it: fetch manager, fetcher, parser, graph,
+/// planner, and the walk. On success `*report` is complete; on failure it is as it was. Progress
+/// goes to standard error under the session's flags.
+Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const Session& session,
+                TourReport* report);
+
+}  // namespace command
+}  // namespace pelorin

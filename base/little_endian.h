@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// The unsigned number in the `sizeof(Word)` bytes at `bytes`, lowest byte first, whatever the
+/// machine and the alignment. Compilers make one load of it.
+template <typename Word>
+inline Word LoadLittleEndian(const char* bytes) {
+  Word word = 0;
+  for (unsigned i = 0; i < sizeof(Word); ++i) {
+    word |= static_cast<Word>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+  }
+  return word;
+}
+
+/// Its counterpart: one store.
+template <typename Word>
+inline void StoreLittleEndian(Word word, char* bytes) {
+  for (unsigned i = 0; i < sizeof(Word); ++i) {
+    bytes[i] = static_cast<char>(static_cast<unsigned char>(word >> (8 * i)));
+  }
+}
