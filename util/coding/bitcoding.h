@@ -161,6 +161,8 @@ class PELORIN_EXPORT BitDecoder {
   /// bits, is what was consumed.
   std::size_t bytes_loaded() const { return static_cast<std::size_t>(cursor_ - start_); }
   int bits_in_hand() const { return num_bits_; }
+  /// Whether nothing is left, so that every further read of a bit fails and changes nothing.
+  bool at_end() const { return cursor_ == limit_ && num_bits_ == 0; }
 
   /// For each byte the length of the unary code at its low end, 1 to 8; 9 for a byte without a
   /// zero.
