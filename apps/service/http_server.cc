@@ -138,7 +138,9 @@ void HttpServer::Stop() {
     for (const socket_t socket : connections_)
       ::shutdown(socket, SHUT_RD);
   }
-  stop();
+  // Wakes the accept loop, which closes the listener itself: closed from here, its number could be
+  // another file's by the time the loop looks at it again.
+  ::shutdown(svr_sock_, SHUT_RDWR);
   {
     std::unique_lock<std::mutex> hold(mutex_);
     changed_.wait_for(hold, kStopGrace, [this] { return connections_.empty(); });
