@@ -2,20 +2,24 @@
 #include "spatial/panorama/depth_and_pano.h"
 
 #include "spatial/panorama/depth_map_xml_parser.h"
+#include "spatial/panorama/map_payload.h"
 #include "spatial/panorama/pano_map_xml_parser.h"
 
 namespace nimbara {
 namespace spatial {
 
 void ParseDepthAndPano(const QByteArray& xml, PanoramaData* data) {
-  if (data == nullptr) {
+  if (data == nullptr || (data->depthmap != nullptr && data->panomap != nullptr)) {
     return;
   }
+  const XmlReader reader(xml);
   if (data->depthmap == nullptr) {
-    data->set_depthmap(DepthMapXMLParser::ParseDepthMap(xml));
+    data->set_depthmap(
+        DepthMapXMLParser::ReadCompressedDepthMapData(FindMapText(reader, DepthMapPath())));
   }
   if (data->panomap == nullptr) {
-    data->set_panomap(PanoMapXMLParser::ParsePanoMap(xml));
+    data->set_panomap(
+        PanoMapXMLParser::ReadCompressedPanoMapData(FindMapText(reader, PanoMapPath())));
   }
 }
 

@@ -42,7 +42,7 @@ Plane<double> ReadPlane(const char* bytes) {
 }  // namespace
 
 DepthMap* DepthMapXMLParser::ParseDepthMap(const QByteArray& xml) {
-  return ReadCompressedDepthMapData(FindMapText(xml, QStringLiteral("panorama/model/depth_map")));
+  return ReadCompressedDepthMapData(FindMapText(XmlReader(xml), DepthMapPath()));
 }
 
 DepthMap* DepthMapXMLParser::ReadCompressedDepthMapData(const QByteArray& text) {

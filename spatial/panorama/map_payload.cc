@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "host/text.h"
-#include "host/xml.h"
 
 namespace nimbara {
 namespace spatial {
@@ -41,8 +40,7 @@ void ClearBehind(std::size_t size, QByteArray* bytes) {
 
 }  // namespace
 
-QByteArray FindMapText(const QByteArray& xml, const QString& path) {
-  const XmlReader reader(xml);
+QByteArray FindMapText(const XmlReader& reader, const QString& path) {
   if (reader.GetErrorsOccurred()) {
     return QByteArray();
   }

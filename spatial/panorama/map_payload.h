@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+#include "host/xml.h"
+
 namespace nimbara {
 namespace spatial {
 
@@ -15,9 +17,17 @@ namespace spatial {
 /// text, Base64, a zlib stream, and the head of the inflated bytes. Pure functions and a plain
 /// value, on any thread.
 
-/// The text, in Latin-1, of the element at `path` of the answer `xml`. No bytes if the answer is
-/// not well-formed or has no such element.
-QByteArray FindMapText(const QByteArray& xml, const QString& path);
+/// Where an answer holds the Base64 text of each map.
+inline QString DepthMapPath() {
+  return QStringLiteral("panorama/model/depth_map");
+}
+inline QString PanoMapPath() {
+  return QStringLiteral("panorama/model/pano_map");
+}
+
+/// The text, in Latin-1, of the element at `path` of the answer in `reader`. No bytes if the answer
+/// is not well-formed or has no such element.
+QByteArray FindMapText(const XmlReader& reader, const QString& path);
 
 /// The stream in the Base64 `text`, inflated into exactly `capacity` bytes, at least 8. Behind its
 /// end stand zeros, as far as a payload with its header can be read; what lies farther is

@@ -17,7 +17,7 @@ constexpr std::size_t kPositionSize = 8;
 }  // namespace
 
 PanoMap* PanoMapXMLParser::ParsePanoMap(const QByteArray& xml) {
-  return ReadCompressedPanoMapData(FindMapText(xml, QStringLiteral("panorama/model/pano_map")));
+  return ReadCompressedPanoMapData(FindMapText(XmlReader(xml), PanoMapPath()));
 }
 
 PanoMap* PanoMapXMLParser::ReadCompressedPanoMapData(const QByteArray& text) {
