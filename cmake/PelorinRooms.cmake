@@ -56,7 +56,7 @@ function(pelorin_library name)
       $<TARGET_PROPERTY:${room},INTERFACE_INCLUDE_DIRECTORIES>)
   endforeach()
   target_link_libraries(${name} PUBLIC pelorin_host Qt5::Core Boost::headers
-                                PRIVATE ZLIB::ZLIB)
+                                PRIVATE ZLIB::ZLIB JsonCpp::JsonCpp)
   pelorin_target_defaults(${name})
   pelorin_no_undefined(${name})
 endfunction()

@@ -16,7 +16,8 @@ std::atomic<FakeNetwork*> current_network{nullptr};
 
 class FakeRequest : public net::Fetcher {
  public:
-  explicit FakeRequest(const FetchParams& params) : params_(params) {}
+  FakeRequest(const FetchParams& params, bool tells_cancelled)
+      : params_(params), tells_cancelled_(tells_cancelled) {}
 
   int status() const override {
     const std::lock_guard<std::mutex> hold(mutex_);
@@ -31,9 +32,12 @@ class FakeRequest : public net::Fetcher {
   void cancel() override {
     std::unique_lock<std::mutex> hold(mutex_);
     if (state_ == State::kOpen) {
+      cancelled_ = true;
+      if (tells_cancelled_) {
+        return;
+      }
       state_ = State::kEnded;
       answer_.status = kCancelled;
-      cancelled_ = true;
     }
     const bool inside = completing_thread_ == std::this_thread::get_id();
     ended_.wait(hold, [&] { return inside || state_ == State::kEnded; });
@@ -70,6 +74,7 @@ class FakeRequest : public net::Fetcher {
   enum class State { kOpen, kCompleting, kEnded };
 
   const FetchParams params_;
+  const bool tells_cancelled_;
   mutable std::mutex mutex_;  // Guards what follows. The completion runs without it.
   std::condition_variable ended_;
   State state_ = State::kOpen;
@@ -118,6 +123,11 @@ void FakeNetwork::RefuseStarts() {
   mode_ = Mode::kRefuse;
 }
 
+void FakeNetwork::TellCancelledOnes() {
+  const std::lock_guard<std::mutex> hold(mutex_);
+  tells_cancelled_ = true;
+}
+
 void FakeNetwork::Complete(std::size_t number, const FakeAnswer& answer) {
   const RefPtr<FakeRequest> request = At(number);
   std::promise<void> done;
@@ -126,6 +136,10 @@ void FakeNetwork::Complete(std::size_t number, const FakeAnswer& answer) {
     done.set_value();
   });
   done.get_future().wait();
+}
+
+void FakeNetwork::CompleteHere(std::size_t number, const FakeAnswer& answer) {
+  At(number)->Complete(answer);
 }
 
 void FakeNetwork::CompleteLater(std::size_t number, const FakeAnswer& answer) {
@@ -173,7 +187,7 @@ RefPtr<net::Fetcher> FakeNetwork::Start(const net::Fetcher::FetchParams& params)
       ++refused_starts_;
       return nullptr;
     }
-    request = new FakeRequest(params);
+    request = new FakeRequest(params, tells_cancelled_);
     requests_.push_back(request);
     mode = mode_;
     answer = answer_;

@@ -58,11 +58,15 @@ class FakeNetwork {
   void AnswerBeforeReturning(const FakeAnswer& answer);
   /// They cannot be started at all: `fetch` gives null.
   void RefuseStarts();
+  /// A cancelled request stays open until `Complete` ends it: a host that tells of every end.
+  void TellCancelledOnes();
 
   /// Ends a held request and returns when its completion has run. Not from the network thread. A
   /// request that has ended is left alone.
   void Complete(std::size_t number, const FakeAnswer& answer);
-  /// The same without waiting.
+  /// The same on the calling thread: a host with several network threads.
+  void CompleteHere(std::size_t number, const FakeAnswer& answer);
+  /// The same as `Complete` without waiting.
   void CompleteLater(std::size_t number, const FakeAnswer& answer);
 
   std::size_t Count() const;
@@ -93,6 +97,7 @@ class FakeNetwork {
   std::function<FakeAnswer(const QString& url)> answer_;
   std::vector<RefPtr<FakeRequest>> requests_;
   std::size_t refused_starts_ = 0;
+  bool tells_cancelled_ = false;
   std::deque<Task> tasks_;
   bool stopping_ = false;
   std::thread thread_;
