@@ -7,12 +7,12 @@
 #include <string>
 
 #include "tests/support/log_recorder.h"
-#include "tests/util/coding/bit_twins.h"
+#include "tests/vortan/diorama/stream_fields.h"
 #include "vortan/diorama/binary_coder.h"
 
 namespace {
 
-using test_support::BitWriterTwin;
+using test_support::StreamFields;
 using vortan::BinaryEncoder;
 constexpr unsigned kSeed = 20261121;
 constexpr int kLowest = std::numeric_limits<int>::min();
@@ -43,23 +43,6 @@ long VarUIntBits(unsigned value, int group_bits) {
   BinaryEncoder encoder;
   encoder.WriteVarUInt(static_cast<int>(value), group_bits);
   return encoder.num_bits();
-}
-
-// The form by its steps, bit by bit.
-void PutVarUInt(std::uint32_t value, int k, BitWriterTwin* twin) {
-  std::uint64_t base = 0;
-  std::uint64_t v = value;
-  int m = 1;
-  while (v >= std::uint64_t{1} << k) {
-    ++m;
-    base += std::uint64_t{1} << (k * (m - 1));
-    v = (v - (std::uint64_t{1} << k)) >> k;
-  }
-  twin->PutUnary(m);
-  twin->PutBits(static_cast<std::uint32_t>(value - base), std::min(m * k, 32));
-  for (int beyond = 32; beyond < m * k; ++beyond) {
-    twin->PutBits(0, 1);
-  }
 }
 
 TEST(BinaryEncoder, PutsFieldsBehindOneAnother) {
@@ -267,13 +250,13 @@ TEST(BinaryEncoder, WritesVariableNumbersAsTheirStepsTell) {
   std::mt19937 random(kSeed);
   for (int k = 1; k <= 32; ++k) {
     BinaryEncoder encoder;
-    BitWriterTwin twin;
+    StreamFields twin;
     for (int i = 0; i < 300; ++i) {
       const auto value = static_cast<std::uint32_t>(random() >> random() % 32);
       encoder.WriteVarUInt(static_cast<int>(value), k);
-      PutVarUInt(value, k, &twin);
+      twin.VarUInt(value, k);
     }
-    ASSERT_EQ(Flushed(&encoder), twin.Bytes()) << k;
+    ASSERT_EQ(Flushed(&encoder), twin.Stream()) << k;
   }
 }
 
