@@ -55,10 +55,15 @@ class PELORIN_HOST_EXPORT DateTime {
   /// parts are not checked against each other; surplus days run on into the next month.
   DateTime(int year, int month, int day, int hour = 0, int minute = 0, double second = 0.0);
 
+  /// The time of a Julian date in days. Any number, which `GetJulianDate` gives back.
+  static DateTime FromJulianDate(double julian_date);
+
   /// The Julian date in days: 2451545.0 at 2000-01-01 12:00.
   double GetJulianDate() const;
 
  private:
+  explicit DateTime(double julian_date) : julian_date_(julian_date) {}
+
   double julian_date_;
 };
 

@@ -28,6 +28,10 @@ DateTime::DateTime(int year, int month, int day, int hour, int minute, double se
     : julian_date_(kJulianDateOfMidnight2000 + DaysSince2000(year, month, day) +
                    (hour * 3600.0 + minute * 60.0 + second) / 86400.0) {}
 
+DateTime DateTime::FromJulianDate(double julian_date) {
+  return DateTime(julian_date);
+}
+
 double DateTime::GetJulianDate() const {
   return julian_date_;
 }

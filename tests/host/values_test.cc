@@ -64,6 +64,12 @@ TEST(DateTimeTest, LetsSurplusDaysRunOnIntoTheNextMonth) {
   EXPECT_EQ(DateTime(2023, 2, 31).GetJulianDate(), DateTime(2023, 3, 3).GetJulianDate());
 }
 
+TEST(DateTimeTest, KeepsTheJulianDateThatItIsMadeFrom) {
+  for (const double julian_date : {2451543.5, 0.0, -1e9, 2460000.123456789}) {
+    EXPECT_EQ(DateTime::FromJulianDate(julian_date).GetJulianDate(), julian_date);
+  }
+}
+
 TEST(DateTimeTest, TakesAnyNumbersWithoutOverflow) {
   const int low = std::numeric_limits<int>::min();
   const int high = std::numeric_limits<int>::max();
