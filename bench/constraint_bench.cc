@@ -68,7 +68,7 @@ std::vector<Vec2<double>> Views() {
   return views;
 }
 
-void BM_SetView(benchmark::State& state) {
+void SetView(benchmark::State& state, bool with_fillets) {
   PanoGraph graph;
   const std::vector<CorridorTwin::Pano> panos = Star(static_cast<std::size_t>(state.range(0)) / 2);
   for (std::size_t i = 0; i < panos.size(); ++i) {
@@ -99,6 +99,7 @@ void BM_SetView(benchmark::State& state) {
       break;
     }
   }
+  streets.fillets_enabled = with_fillets;
   std::size_t next = 0;
   const std::uint64_t blocks_before = g_blocks.load();
   for (auto _ : state) {
@@ -115,6 +116,15 @@ void BM_SetView(benchmark::State& state) {
   streets.DeleteConstraintBuilders();
 }
 
+void BM_SetView(benchmark::State& state) {
+  SetView(state, true);
+}
+
+// What the corridors cost by themselves: two square roots and three divisions each.
+void BM_SetViewWithoutFillets(benchmark::State& state) {
+  SetView(state, false);
+}
+
 void BM_Twin(benchmark::State& state) {
   const CorridorTwin twin(Star(static_cast<std::size_t>(state.range(0)) / 2));
   const std::vector<Vec2<double>> views = Views();
@@ -125,6 +135,7 @@ void BM_Twin(benchmark::State& state) {
 }
 
 BENCHMARK(BM_SetView)->Arg(10)->Arg(50)->Arg(200)->ArgName("corridors");
+BENCHMARK(BM_SetViewWithoutFillets)->Arg(10)->Arg(50)->Arg(200)->ArgName("corridors");
 BENCHMARK(BM_Twin)->Arg(10)->Arg(50)->Arg(200)->ArgName("corridors");
 
 }  // namespace

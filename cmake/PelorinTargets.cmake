@@ -35,6 +35,9 @@ function(pelorin_target_defaults target)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Unique symbols pin a shared library in memory; a viewer must be able to unload this one.
     target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+    # An exported function may be inlined where it is defined, as with clang: nobody replaces single
+    # functions of this library from outside.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
   endif()
   # Qt's own headers use its deprecated names; our code may not.
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_BYTEARRAY)
