@@ -22,7 +22,7 @@ const T& PoolElement(const Shape* shape_, const std::vector<T>& (Shape::*pool)()
   if (shape_ == nullptr) {
     throw std::out_of_range("an index set without a shape has no elements");
   }
-  return (shape_->*pool)().at(static_cast<std::size_t>(indices[static_cast<std::size_t>(i)]));
+  return (shape_->*pool)().at(static_cast<std::size_t>(indices.at(static_cast<std::size_t>(i))));
 }
 
 bool AllWithin(const std::vector<int>& indices, int lowest, std::size_t pool_size) {

@@ -57,9 +57,9 @@ class PELORIN_EXPORT IndexSet {
   /// The material in the shape; null for a negative index. Fatal check "shape_", and null without
   /// one. Throws std::out_of_range where the shape has no such material.
   const Material* GetMaterial() const;
-  /// What entry `i` of the matching array names. `i` must lie within the array and is not checked;
-  /// the entry is: std::out_of_range where the pool has no such element, as for -1. Fatal check
-  /// "shape_", behind which a set without a shape throws the same.
+  /// What entry `i` of the matching array names. Throws std::out_of_range where the array has no
+  /// such entry or the pool no such element, as for -1. Fatal check "shape_", behind which a set
+  /// without a shape throws the same.
   const Vector3<double>& GetPoint(int i) const;
   const Vector3<float>& GetNormal(int i) const;
   const Vector2<float>& GetTexCoord(int i) const;
