@@ -172,8 +172,12 @@ bool ShapeDecoder::DecodeFromBuffer(const std::string& buffer, geometry3d::Shape
 }
 
 void ShapeDecoder::set_buffer(const std::string& buffer) {
+  set_buffer(buffer.data(), buffer.size());
+}
+
+void ShapeDecoder::set_buffer(const char* data, std::size_t size) {
   constexpr std::size_t kMost = std::numeric_limits<int>::max();
-  decoder_.Init(buffer.data(), static_cast<int>(std::min(buffer.size(), kMost)));
+  decoder_.Init(data, static_cast<int>(std::min(size, kMost)));
 }
 
 void ShapeDecoder::set_codec_version(int codec_version) {

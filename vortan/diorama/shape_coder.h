@@ -150,6 +150,8 @@ class PELORIN_EXPORT ShapeDecoder {
   /// The stream to decode. It is not copied and must outlive the decoding. Of one of more than
   /// 2^31 - 1 bytes only those are read.
   void set_buffer(const std::string& buffer);
+  /// The same for `size` bytes at `data`, such as the end of a longer stream.
+  void set_buffer(const char* data, std::size_t size);
 
   /// Bytes that may be allocated for the shape; see `AllocationBudget`.
   void set_allocation_budget(std::size_t bytes) { decoder_.mutable_budget()->set_bytes(bytes); }
