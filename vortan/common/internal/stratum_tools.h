@@ -23,7 +23,7 @@ namespace vortan {
 /// number, which everything here takes and gives, is the absolute number less z(L): 0 is at about
 /// sea level, and what lies below is negative.
 ///
-///     // Half the summit of Everest, at a cell size of a few kilometres:
+///     // At level 12 a stratum is 9.3 km thick.
 ///     int stratum = StratumTools::StratumContainingKmlAltitude(4424.0, 12);      // 1
 ///     double base = StratumTools::BaseKmlAltitudeOfStratum(stratum, 12);         // metres
 ///
