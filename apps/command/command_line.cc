@@ -32,6 +32,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddImportVerb(app, session);
   AddPanoVerb(app, session);
   AddRouteVerb(app, session);
+  AddJpegDateVerb(app, session);
   AddHelpVerbs(app, session);
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     verb->fallthrough();

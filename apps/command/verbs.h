@@ -18,6 +18,7 @@ void AddServeVerb(CLI::App& app, Session& session);
 void AddImportVerb(CLI::App& app, Session& session);
 void AddPanoVerb(CLI::App& app, Session& session);
 void AddRouteVerb(CLI::App& app, Session& session);
+void AddJpegDateVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.
 void AddHelpVerbs(CLI::App& app, Session& session);
 

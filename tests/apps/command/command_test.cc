@@ -17,8 +17,8 @@ std::size_t LineCount(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-const char* const kVerbs[] = {"tour",  "serve", "import", "pano",
-                              "route", "help",  "man",    "completion"};
+const char* const kVerbs[] = {"tour",      "serve", "import", "pano",      "route",
+                              "jpeg-date", "help",  "man",    "completion"};
 
 using Command = CommandTest;
 
@@ -84,6 +84,7 @@ TEST_F(Command, AnswersWrongUsageWithOneLineAndCode2) {
       {"pano", "--tile", "9,9,2"},
       {"route", "--from", "1,2"},
       {"route", "--from", "1,2", "--to", "1,2", "-o", Path("walk.doc")},
+      {"jpeg-date", "read"},
       {"completion", "csh"},
       {"help", "fly"},
       {"man", "fly"}};
