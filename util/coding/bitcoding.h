@@ -92,6 +92,8 @@ class PELORIN_EXPORT BitEncoder {
   static std::array<std::uint32_t, 256> gamma_;
 
  private:
+  friend class BitRunWriter;
+
   // The code by its definition, for any `v` above 0.
   void PutLongGamma(std::uint32_t v);
 
@@ -169,6 +171,8 @@ class PELORIN_EXPORT BitDecoder {
   static const std::array<unsigned char, 256> unary_decode_table;
 
  private:
+  friend class BitRunReader;
+
   // Whether the next load is of eight bytes and there is a place for its bits behind those in hand.
   bool CanPeek() const {
     return static_cast<std::size_t>(limit_ - cursor_) >= sizeof(bits_) && num_bits_ < 64;

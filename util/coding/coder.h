@@ -40,6 +40,11 @@ class PELORIN_EXPORT Encoder {
   /// what the allocator throws, and is then as before. Fatal check "ensure_allowed()".
   void EnsureSlowPath(std::size_t N);
 
+  /// Where the next byte goes, with room for `avail()`; what is stored there counts as written
+  /// after a `Skip` over it, of at most `avail()` bytes. Bytes behind those must be left zero.
+  char* cursor() { return cursor_; }
+  void Skip(std::size_t N) { cursor_ += N; }
+
   /// Takes the last `N` bytes back. Fatal check "length() >= N"; of a larger `N` all are taken.
   void RemoveLast(std::size_t N);
   /// Shortens to `N` bytes. Fatal check "length() >= N"; a larger `N` changes nothing.
