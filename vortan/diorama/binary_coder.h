@@ -87,6 +87,10 @@ class PELORIN_EXPORT BinaryEncoder {
     return static_cast<long>(encoder_->encoder().length()) * 8 + encoder_->num_bits();
   }
 
+  /// The bits themselves, for long runs. Whoever writes to them leaves room for those in hand, as
+  /// `BitRunWriter` does.
+  BitEncoder* mutable_bits() { return encoder_.get(); }
+
   /// The significant bits of `value`, taken as unsigned; 1 for 0. 1 to 32.
   static int BitsRequired(int value) {
     return Bits::Log2FloorNonZero(static_cast<std::uint32_t>(value)) + 1;
@@ -153,6 +157,9 @@ class PELORIN_EXPORT BinaryDecoder {
   /// the budget or the memory does not hold.
   std::string ReadString(int num_bits);
   std::string ReadVarString(int group_bits);
+
+  /// The bits themselves, for long runs; null before `Init`.
+  BitDecoder* mutable_bits() { return decoder_.get(); }
 
   /// What this decoder and those who decode with it may allocate. `Init` does not touch it.
   const AllocationBudget& budget() const { return budget_; }

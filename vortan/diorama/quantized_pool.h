@@ -5,9 +5,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <numeric>
 #include <vector>
 
+#include "util/coding/bit_run.h"
 #include "util/geometry3d/mesh/vector.h"
 #include "vortan/diorama/binary_coder.h"
 
@@ -63,6 +64,13 @@ struct Range {
   int width(std::size_t i) const {
     return BinaryEncoder::BitsRequired(static_cast<int>(Difference(max[i], min[i])));
   }
+  std::array<int, kSize> widths() const {
+    std::array<int, kSize> result;
+    for (std::size_t i = 0; i < kSize; ++i) {
+      result[i] = width(i);
+    }
+    return result;
+  }
 };
 
 /// `at(i)` is the entry of the pool that comes `i`-th; `count` is 1 or more.
@@ -80,20 +88,33 @@ Range<VectorTraits<Vector>::kSize> Measure(const At& at, std::size_t count, Scal
   return range;
 }
 
+template <std::size_t kSize>
+std::size_t Sum(const std::array<int, kSize>& widths) {
+  return static_cast<std::size_t>(std::accumulate(widths.begin(), widths.end(), 0));
+}
+
 /// Writes the distances of all entries from `range.min`. No width is above `kMaxWidth`.
 template <typename Vector, typename At>
 void Write(const At& at, std::size_t count, Scalar<Vector> factor,
            const Range<VectorTraits<Vector>::kSize>& range, BinaryEncoder* encoder) {
-  std::size_t entry_bits = 0;
-  for (std::size_t k = 0; k < range.min.size(); ++k) {
-    entry_bits += static_cast<std::size_t>(range.width(k));
-  }
-  constexpr std::size_t kMost = std::numeric_limits<int>::max();
-  encoder->Reserve(static_cast<int>(std::min(entry_bits * count, kMost)));
+  constexpr std::size_t kSize = VectorTraits<Vector>::kSize;
+  const std::array<int, kSize> widths = range.widths();
+  const std::size_t entry_bits = Sum(widths);
+  BitRunWriter run(encoder->mutable_bits());
+  run.MakeRoom(entry_bits * count);
+  const bool in_one_field = entry_bits <= BitRunWriter::kMaxBits;
   for (std::size_t i = 0; i < count; ++i) {
     const auto q = Quantize(at(i), factor);
-    for (std::size_t k = 0; k < q.size(); ++k) {
-      encoder->WriteBits(static_cast<int>(Difference(q[k], range.min[k])), range.width(k));
+    if (in_one_field) {
+      std::uint64_t entry = 0;
+      for (std::size_t k = kSize; k-- > 0;) {
+        entry = entry << widths[k] | Difference(q[k], range.min[k]);
+      }
+      run.Put(entry, static_cast<int>(entry_bits));
+    } else {
+      for (std::size_t k = 0; k < kSize; ++k) {
+        run.Put(Difference(q[k], range.min[k]), widths[k]);
+      }
     }
   }
 }
@@ -102,25 +123,60 @@ void Write(const At& at, std::size_t count, Scalar<Vector> factor,
 template <std::size_t kSize>
 struct Packing {
   std::array<std::int32_t, kSize> min;
+  /// 0 to 31.
   std::array<int, kSize> widths;
 };
 
 /// Reads all entries of `*values`: each component is the sum of its smallest value and the distance
-/// read, modulo 2^32, divided by `factor`.
-template <typename Vector>
-void Read(const Packing<VectorTraits<Vector>::kSize>& packing, Scalar<Vector> factor,
+/// read, modulo 2^32, made a number by `to_scalar`.
+template <typename Vector, typename ToScalar>
+void Read(const Packing<VectorTraits<Vector>::kSize>& packing, const ToScalar& to_scalar,
           std::vector<Vector>* values, BinaryDecoder* decoder) {
-  const auto component = [&](std::size_t k) {
-    const std::uint32_t sum =
-        static_cast<std::uint32_t>(packing.min[k]) + decoder->ReadBits(packing.widths[k]);
-    return static_cast<Scalar<Vector>>(static_cast<std::int32_t>(sum)) / factor;
-  };
-  for (Vector& value : *values) {
-    value.x = component(0);
-    value.y = component(1);
+  const auto read = [&](const auto& next_bits, Vector* value) {
+    const auto component = [&](std::size_t k) {
+      const std::uint32_t distance = next_bits(packing.widths[k]);
+      return to_scalar(
+          static_cast<std::int32_t>(static_cast<std::uint32_t>(packing.min[k]) + distance));
+    };
+    value->x = component(0);
+    value->y = component(1);
     if constexpr (VectorTraits<Vector>::kSize == 3) {
-      value.z = component(2);
+      value->z = component(2);
     }
+  };
+  std::size_t done = 0;
+  if (decoder->mutable_bits() != nullptr) {
+    BitRunReader run(decoder->mutable_bits());
+    const std::size_t entry_bits = Sum(packing.widths);
+    const std::size_t end = std::min(values->size(), run.fields_left(entry_bits));
+    const bool in_one_peek = entry_bits <= BitRunReader::kPeekBits;
+    for (; done < end; ++done) {
+      if (in_one_peek) {
+        std::uint64_t word = run.Peek();
+        read(
+            [&](int width) {
+              const auto bits =
+                  static_cast<std::uint32_t>(word & ((std::uint64_t{1} << width) - 1));
+              word >>= width;
+              return bits;
+            },
+            &(*values)[done]);
+        run.Consume(static_cast<int>(entry_bits));
+      } else {
+        read(
+            [&](int width) {
+              const auto bits =
+                  static_cast<std::uint32_t>(run.Peek() & ((std::uint64_t{1} << width) - 1));
+              run.Consume(width);
+              return bits;
+            },
+            &(*values)[done]);
+      }
+    }
+  }
+  // The last bytes of the stream, and what is missing behind them.
+  for (; done < values->size(); ++done) {
+    read([&](int width) { return decoder->ReadBits(width); }, &(*values)[done]);
   }
 }
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "base/logging.h"
+#include "util/coding/bit_run.h"
 #include "vortan/diorama/quantized_pool.h"
 
 namespace vortan {
@@ -93,7 +93,10 @@ void ReadSection(quantized_pool::Scalar<Vector> factor, BinaryDecoder* decoder,
   for (int& width : packing.widths) {
     width = static_cast<int>(decoder->ReadUInt(5));
   }
-  quantized_pool::Read(packing, factor, pool, decoder);
+  const auto to_scalar = [factor](std::int32_t q) {
+    return static_cast<quantized_pool::Scalar<Vector>>(q) / factor;
+  };
+  quantized_pool::Read(packing, to_scalar, pool, decoder);
 }
 
 // The counterpart of `WriteFloatSection` for a pool that has its size; the bits go to `*bits`.
@@ -225,11 +228,10 @@ bool ShapeEncoder1::EncodeIndices(const std::vector<int>& indices) {
     return false;
   }
   encoder_.WriteUInt(bits, 5);
-  constexpr std::size_t kMost = std::numeric_limits<int>::max();
-  encoder_.Reserve(
-      static_cast<int>(std::min(static_cast<std::size_t>(bits) * indices.size(), kMost)));
+  BitRunWriter run(encoder_.mutable_bits());
+  run.MakeRoom(static_cast<std::size_t>(bits) * indices.size());
   for (const int index : indices) {
-    encoder_.WriteUInt(static_cast<int>(quantized_pool::Difference(index, *min)), bits);
+    run.Put(quantized_pool::Difference(index, *min), bits);
   }
   return true;
 }
@@ -341,8 +343,20 @@ bool ShapeDecoder1::DecodeIndices(std::vector<int>* indices) {
   }
   const std::uint32_t min = decoder_.ReadUInt(32);
   const int bits = static_cast<int>(decoder_.ReadUInt(5));
-  for (int& index : *indices) {
-    index = static_cast<int>(min + decoder_.ReadUInt(bits));
+  std::size_t done = 0;
+  if (decoder_.mutable_bits() != nullptr) {
+    BitRunReader run(decoder_.mutable_bits());
+    const std::uint32_t mask = (std::uint32_t{1} << bits) - 1;
+    const std::size_t end =
+        std::min(indices->size(), run.fields_left(static_cast<std::size_t>(bits)));
+    for (; done < end; ++done) {
+      (*indices)[done] = static_cast<int>(min + (static_cast<std::uint32_t>(run.Peek()) & mask));
+      run.Consume(bits);
+    }
+  }
+  // The last bytes of the stream, and what is missing behind them.
+  for (; done < indices->size(); ++done) {
+    (*indices)[done] = static_cast<int>(min + decoder_.ReadUInt(bits));
   }
   return true;
 }

@@ -7,6 +7,8 @@
 #include <cstdint>
 
 #include "base/logging.h"
+#include "util/coding/bit_run.h"
+#include "vortan/diorama/offset_codes.h"
 #include "vortan/diorama/quantized_pool.h"
 
 namespace vortan {
@@ -24,9 +26,13 @@ constexpr int kOffsetGroup = 1;
 constexpr int kNotYet = -1;
 constexpr int kDelimiter = -1;
 
-// Positions wrap where a shape has more indices than an `int` can count.
-int Next(int position) {
-  return static_cast<int>(static_cast<std::uint32_t>(position) + 1);
+// Indices between which there is no test for room.
+constexpr std::size_t kBlock = 256;
+
+inline void CheckOffset(int offset) {
+  if (__builtin_expect(offset < 0, 0)) {
+    PELORIN_CHECK_GE(offset, 0);
+  }
 }
 
 }  // namespace
@@ -134,29 +140,41 @@ bool ShapeEncoder3::EncodeOffsetIndices(const std::vector<int>& indices,
     return false;
   }
   encoder_.WriteVarUInt(static_cast<int>(indices.size()), kCountGroup);
-  int last_delimiter = -1;
-  for (const int index : indices) {
-    int offset = 0;
-    if (index == kDelimiter) {
-      offset = *next_index - last_delimiter;
-      last_delimiter = *next_index;
-    } else {
+  // Positions are unsigned, so that they wrap where a shape has more indices than an `int` counts.
+  auto last_delimiter = static_cast<std::uint32_t>(kNotYet);
+  auto position = static_cast<std::uint32_t>(*next_index);
+  BitRunWriter run(encoder_.mutable_bits());
+  for (std::size_t done = 0; done < indices.size();) {
+    const std::size_t end = std::min(indices.size(), done + kBlock);
+    run.MakeRoom((end - done) * offset_codes::kMaxBits);
+    // Room for the block, should all of it be new.
+    const std::size_t known = order->size();
+    order->resize(known + end - done);
+    int* new_entry = order->data() + known;
+    for (; done < end; ++done, ++position) {
+      const int index = indices[done];
       const auto entry = static_cast<std::size_t>(index);
-      if (index < 0 || entry >= index_map->size()) {
+      std::uint32_t offset = 0;
+      if (entry < index_map->size()) {
+        // Whether an entry is new cannot be foreseen, so nothing branches on it.
+        int& last_use = (*index_map)[entry];
+        const bool is_new = last_use < 0;
+        offset = is_new ? 0 : position - static_cast<std::uint32_t>(last_use);
+        last_use = static_cast<int>(position);
+        *new_entry = index;
+        new_entry += is_new;
+      } else if (index == kDelimiter) {
+        offset = position - last_delimiter;
+        last_delimiter = position;
+      } else {
         return false;
       }
-      int& last_use = (*index_map)[entry];
-      if (last_use < 0) {
-        order->push_back(index);
-      } else {
-        offset = *next_index - last_use;
-      }
-      last_use = *next_index;
+      CheckOffset(static_cast<int>(offset));
+      offset_codes::Put(offset, &run);
     }
-    PELORIN_CHECK_GE(offset, 0);
-    encoder_.WriteVarUInt(offset, kOffsetGroup);
-    *next_index = Next(*next_index);
+    order->resize(static_cast<std::size_t>(new_entry - order->data()));
   }
+  *next_index = static_cast<int>(position);
   return true;
 }
 
@@ -220,9 +238,9 @@ bool ShapeDecoder3::DecodeShape(geometry3d::Shape* shape) {
 }
 
 void ShapeDecoder3::InitMaps() {
-  point_index_map_.clear();
-  normal_index_map_.clear();
-  tex_coord_index_map_.clear();
+  point_index_map_.assign(1, kDelimiter);
+  normal_index_map_.assign(1, kDelimiter);
+  tex_coord_index_map_.assign(1, kDelimiter);
   next_point_index_ = 0;
   next_normal_index_ = 0;
   next_tex_coord_index_ = 0;
@@ -271,22 +289,64 @@ bool ShapeDecoder3::DecodeOffsetIndices(std::vector<int>* index_map, int* next_i
   const auto count = static_cast<std::size_t>(static_cast<int>(decoder_.ReadVarUInt(kCountGroup)));
   decoder_.mutable_budget()->Charge(count, 2 * sizeof(int));
   indices->resize(count);
-  for (int& index : *indices) {
-    const std::uint32_t offset = decoder_.ReadVarUInt(kOffsetGroup);
-    const std::size_t size = index_map->size();
-    if (offset == 0) {
-      index = *next_index;
-      *next_index = Next(index);
-    } else if (offset <= size) {
-      index = (*index_map)[size - offset];
-    } else if (offset == size + 1) {
-      index = kDelimiter;
-    } else {
+  const std::size_t known = index_map->size();
+  index_map->resize(known + count);
+  const std::size_t done = DecodeOffsets(known, index_map, next_index);
+  std::copy_n(index_map->begin() + static_cast<std::ptrdiff_t>(known), done, indices->begin());
+  return done == count;
+}
+
+std::size_t ShapeDecoder3::DecodeOffsets(std::size_t known, std::vector<int>* index_map,
+                                         int* next_index) {
+  int* const history = index_map->data();
+  auto next = static_cast<std::uint32_t>(*next_index);
+  std::size_t size = known;
+  // Whether `offset` leads to a known index, which is then entered.
+  const auto enter = [&](std::size_t offset) {
+    if (offset > size) {
       return false;
     }
-    index_map->push_back(index);
+    // Whether an entry is new cannot be foreseen, so nothing branches on it. The place of a new one
+    // is there and holds 0.
+    const int seen = history[size - offset];
+    history[size++] = offset == 0 ? static_cast<int>(next) : seen;
+    next += offset == 0;
+    return true;
+  };
+  BitDecoder* const bits = decoder_.mutable_bits();
+  const std::size_t end = index_map->size();
+  bool good = true;
+  while (good && size < end) {
+    if (bits == nullptr || bits->at_end()) {
+      // What is missing is read as 0.
+      good = enter(0);
+      continue;
+    }
+    {
+      BitRunReader run(bits);
+      while (good && size < end && run.has_bits()) {
+        std::uint64_t word = run.Peek();
+        int left = BitRunReader::kPeekBits;
+        int length = offset_codes::Length(word);
+        if (length > left) {
+          break;
+        }
+        do {
+          good = enter(offset_codes::Number(word, length));
+          word >>= length;
+          left -= length;
+          length = offset_codes::Length(word);
+        } while (good && length <= left && size < end);
+        run.Consume(BitRunReader::kPeekBits - left);
+      }
+    }
+    // A long code, or one in the last bytes of the stream.
+    if (good && size < end) {
+      good = enter(decoder_.ReadVarUInt(kOffsetGroup));
+    }
   }
-  return true;
+  *next_index = static_cast<int>(next);
+  return size - known;
 }
 
 template <typename ValueType>
@@ -312,8 +372,11 @@ bool ShapeDecoder3::DecodeValues(std::vector<ValueType>* values, int* quantizati
   for (int& width : packing.widths) {
     width = static_cast<int>(decoder_.ReadUInt(5));
   }
-  quantized_pool::Read(packing, static_cast<quantized_pool::Scalar<ValueType>>(factor), values,
-                       &decoder_);
+  // A product with the inverse of a power of 2 is the quotient, to the last bit.
+  using Scalar = quantized_pool::Scalar<ValueType>;
+  const auto inverse = static_cast<Scalar>(1.0 / factor);
+  const auto to_scalar = [inverse](std::int32_t q) { return static_cast<Scalar>(q) * inverse; };
+  quantized_pool::Read(packing, to_scalar, values, &decoder_);
   return true;
 }
 

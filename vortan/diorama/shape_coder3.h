@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "base/export.h"
@@ -86,7 +87,12 @@ class PELORIN_EXPORT ShapeDecoder3 : public ShapeDecoder {
   bool DecodeValues(std::vector<ValueType>* values, int* quantization_bits);
 
  private:
-  // Every index of each kind so far, delimiters included: what offsets reach back into.
+  // Reads offsets until `*index_map` is full, whose first `known` places are filled; how many were
+  // good.
+  std::size_t DecodeOffsets(std::size_t known, std::vector<int>* index_map, int* next_index);
+
+  // Every index of each kind so far, delimiters included: what offsets reach back into. In front
+  // stands a delimiter for those that reach to one place before the beginning.
   std::vector<int> point_index_map_;
   std::vector<int> normal_index_map_;
   std::vector<int> tex_coord_index_map_;
