@@ -50,27 +50,6 @@ std::string Bytes(const std::vector<int>& values) {
   return std::string(values.begin(), values.end());
 }
 
-// A stream of one index set that has point indices alone, without pools.
-std::string OffsetStream(const std::vector<std::uint32_t>& offsets) {
-  StreamFields fields;
-  fields.Header(3).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 4).VarInt(-1, 4);
-  fields.VarUInt(static_cast<std::uint32_t>(offsets.size()), 4);
-  for (const std::uint32_t offset : offsets) {
-    fields.VarUInt(offset, 1);
-  }
-  fields.VarUInt(0, 4).VarUInt(0, 4).VarUInt(0, 4).VarUInt(0, 4).VarUInt(0, 4);
-  return fields.Stream();
-}
-
-// The point indices of its only set; empty for a stream that is refused.
-std::vector<int> ReadOffsets(const std::vector<std::uint32_t>& offsets) {
-  Shape shape;
-  if (!ShapeDecoder::DecodeFromBuffer(OffsetStream(offsets), &shape)) {
-    return {};
-  }
-  return shape.index_sets().at(0)->point_indices();
-}
-
 TEST(ShapeCoder3, WritesATriangleInTwentyThreeBytes) {
   Shape shape;
   test_support::MakeTriangle(&shape);
@@ -299,28 +278,6 @@ TEST(ShapeCoder3, CountsTheFirstDelimiterOfEachArrayFromBeforeTheBeginning) {
   EXPECT_EQ(read.index_sets()[1]->point_indices(), (std::vector<int>{-1, 0, -1}));
 }
 
-TEST(ShapeCoder3, ReadsOffsetsThatItsEncoderNeverWrites) {
-  // A delimiter by the last delimiter of all, and an entry by a use that was not its last.
-  EXPECT_EQ(ReadOffsets({0, 2, 0, 2}), (std::vector<int>{0, -1, 1, -1}));
-  EXPECT_EQ(ReadOffsets({0, 1, 2, 0, 4}), (std::vector<int>{0, 0, 0, 1, 0}));
-  EXPECT_EQ(ReadOffsets({1, 1, 1, 4}), (std::vector<int>{-1, -1, -1, -1}));
-}
-
-TEST(ShapeCoder3, RefusesAnOffsetBeyondOneBeforeTheBeginning) {
-  EXPECT_EQ(ReadOffsets({0, 2}), (std::vector<int>{0, -1}));
-  EXPECT_EQ(ReadOffsets({0, 3}), std::vector<int>{});
-  EXPECT_EQ(ReadOffsets({2}), std::vector<int>{});
-  EXPECT_EQ(ReadOffsets({0, 0x7FFFFFFF}), std::vector<int>{});
-  EXPECT_EQ(ReadOffsets({0, 0x80000000}), std::vector<int>{});
-  EXPECT_EQ(ReadOffsets({0, 0xFFFFFFFF}), std::vector<int>{});
-}
-
-TEST(ShapeCoder3, LeavesZerosBehindAnOffsetThatItRefuses) {
-  Shape shape;
-  EXPECT_FALSE(ShapeDecoder::DecodeFromBuffer(OffsetStream({0, 0, 9, 0, 0}), &shape));
-  EXPECT_EQ(shape.index_sets().at(0)->point_indices(), (std::vector<int>{0, 1, 0, 0, 0}));
-}
-
 TEST(ShapeCoder3, RefusesIndicesOutsideTheirPool) {
   for (const int index :
        {-2, std::numeric_limits<int>::min(), 3, std::numeric_limits<int>::max()}) {
@@ -439,15 +396,6 @@ TEST(ShapeCoder3, DoesNotUseThePointUnit) {
   EXPECT_EQ(read.points()[1].x, 1.0);
 }
 
-TEST(ShapeCoder3, LeavesTheSettingOfAnEmptyPoolAsItWas) {
-  Decoder decoder(Encoder().Stream(Shape()));
-  decoder.set_point_bits(-7);
-  Shape read;
-  ASSERT_TRUE(decoder.DecodeShape(&read));
-  EXPECT_EQ(decoder.point_bits(), -7);
-  EXPECT_EQ(decoder.normal_bits(), 8);
-}
-
 TEST(ShapeCoder3, FailsForANullMaterialOrIndexSet) {
   Shape materials;
   materials.mutable_materials()->push_back(nullptr);
@@ -470,65 +418,6 @@ TEST(ShapeCoder3, FailsACheckWhenAnEncoderIsUsedAgain) {
   *shape.index_sets()[0]->mutable_point_indices() = {2, 1};
   encoder.Stream(shape);
   EXPECT_EQ(log.lines(), Lines{"3 Check failed: offset>=0 -2>=0"});
-}
-
-TEST(ShapeCoder3, ReadsZeroOffsetsWhereAnArrayIsCutOff) {
-  Shape shape;
-  test_support::MakeTriangle(&shape);
-  const std::string stream = Encoder().Stream(shape);
-  Shape read;
-  // The count of the points would follow in byte 9.
-  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(stream.substr(0, 8), &read));
-  EXPECT_EQ(read.index_sets().at(0)->point_indices(), (std::vector<int>{0, 1, 2}));
-  EXPECT_TRUE(read.points().empty());
-  std::string error;
-  EXPECT_FALSE(read.Validate(&error));
-  EXPECT_EQ(error, "Point index out of range");
-}
-
-TEST(ShapeCoder3, EndsInALengthErrorForANegativeCount) {
-  StreamFields indices;
-  indices.Header(3).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 4).VarInt(-1, 4);
-  indices.VarUInt(0xFFFFFFFF, 4);
-  Shape read;
-  EXPECT_THROW(ShapeDecoder::DecodeFromBuffer(indices.Stream(), &read), std::length_error);
-  StreamFields values;
-  values.Header(3).VarUInt(0, 4).VarUInt(0, 4).VarUInt(0x80000000, 4);
-  EXPECT_THROW(ShapeDecoder::DecodeFromBuffer(values.Stream(), &read), std::length_error);
-}
-
-TEST(ShapeCoder3, TakesNegativeCountsOfMaterialsAndSetsForNone) {
-  StreamFields fields;
-  fields.Header(3).VarUInt(0x80000000, 4).VarUInt(0xFFFFFFFF, 4).VarUInt(0, 4);
-  Shape read;
-  EXPECT_TRUE(ShapeDecoder::DecodeFromBuffer(fields.Stream(), &read));
-  EXPECT_TRUE(read.materials().empty());
-  EXPECT_TRUE(read.index_sets().empty());
-}
-
-TEST(ShapeCoder3, PassesTheExceptionOfTheBudgetForHugeCounts) {
-  StreamFields materials;
-  materials.Header(3).VarUInt(0x7FFFFFFF, 4);
-  StreamFields sets;
-  sets.Header(3).VarUInt(0, 4).VarUInt(0x7FFFFFFF, 4);
-  StreamFields indices;
-  indices.Header(3).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 4).VarInt(-1, 4);
-  indices.VarUInt(0x7FFFFFFF, 4);
-  StreamFields values;
-  values.Header(3).VarUInt(0, 4).VarUInt(0, 4).VarUInt(0x7FFFFFFF, 4);
-  StreamFields name;
-  name.Header(3).VarUInt(1, 4).Bits(0, 32).Bits(0, 32).Bits(0, 32).Bits(0, 32).Bits(0, 8);
-  name.VarUInt(0x7FFFFFFF, 1);
-  for (const StreamFields* fields : {&materials, &sets, &indices, &values, &name}) {
-    Shape read;
-    EXPECT_THROW(ShapeDecoder::DecodeFromBuffer(fields->Stream(), &read, 1 << 20), std::bad_alloc);
-  }
-}
-
-TEST(ShapeCoder3, RefusesStreamsOfEarlierVersions) {
-  Shape shape;
-  EXPECT_FALSE(Decoder(std::string("SE\x01\0\0\0\0\0", 8)).DecodeShape(&shape));
-  EXPECT_FALSE(Decoder(std::string("SE\x02\0\0\0\0\0", 8)).DecodeShape(&shape));
 }
 
 TEST(ShapeCoder3, FailsACheckForNoPlaceToCodeTo) {
