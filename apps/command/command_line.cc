@@ -33,6 +33,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddPanoVerb(app, session);
   AddRouteVerb(app, session);
   AddJpegDateVerb(app, session);
+  AddBuildingVerb(app, session);
   AddHelpVerbs(app, session);
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     verb->fallthrough();

@@ -19,6 +19,7 @@ void AddImportVerb(CLI::App& app, Session& session);
 void AddPanoVerb(CLI::App& app, Session& session);
 void AddRouteVerb(CLI::App& app, Session& session);
 void AddJpegDateVerb(CLI::App& app, Session& session);
+void AddBuildingVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.
 void AddHelpVerbs(CLI::App& app, Session& session);
 

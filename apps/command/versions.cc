@@ -2,6 +2,7 @@
 #include "apps/command/versions.h"
 
 #include <curl/curl.h>
+#include <geos_c.h>
 #include <sqlite3.h>
 #include <zlib.h>
 
@@ -22,7 +23,8 @@ std::string VersionText() {
        << "Qt " << qVersion() << "\n"
        << "curl " << curl_version_info(CURLVERSION_NOW)->version << "\n"
        << "zlib " << zlibVersion() << "\n"
-       << "SQLite " << sqlite3_libversion()
+       << "SQLite " << sqlite3_libversion() << "\n"
+       << "GEOS " << GEOSversion()
        << "\n"
        // Headers only: there is no library that could be another one at run time.
        << "Boost " << BOOST_VERSION / 100000 << "." << BOOST_VERSION / 100 % 1000 << "."

@@ -5,6 +5,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "apps/command/html_page.h"
 #include "apps/command/tour/tour_page_template.h"
 #include "apps/command/tour/tour_summary.h"
 
@@ -140,29 +141,6 @@ void AddBackdrop(const TourReport& report, Json* data) {
   (*data)["backdrop"] = std::move(shapes);
 }
 
-/// JSON that cannot end the script element around it: no "<" is left in it.
-std::string ScriptSafe(const Json& data) {
-  const std::string text = data.dump(-1, ' ', false, Json::error_handler_t::replace);
-  std::string safe;
-  safe.reserve(text.size());
-  for (const char c : text) {
-    if (c == '<') {
-      safe += "\\u003c";
-    } else {
-      safe += c;
-    }
-  }
-  return safe;
-}
-
-std::string HtmlSafe(const std::string& text) {
-  std::string safe;
-  for (const char c : text) {
-    safe += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
-  }
-  return safe;
-}
-
 }  // namespace
 
 std::string TourPage(const TourReport& report, const std::string& made) {
@@ -177,21 +155,9 @@ std::string TourPage(const TourReport& report, const std::string& made) {
   AddWalk(report, &data);
   AddBackdrop(report, &data);
   data["figures"] = SummaryJson(report);
-  // Each mark is looked for behind the last text that was put in, so no text of the data is taken
-  // for a mark.
-  std::string page;
-  std::string_view rest = kTourPageTemplate;
-  const auto put = [&page, &rest](std::string_view mark, const std::string& text) {
-    const std::size_t at = rest.find(mark);
-    page += rest.substr(0, at);
-    page += text;
-    rest.remove_prefix(at + mark.size());
-  };
-  put("@TITLE@", HtmlSafe(report.title));
-  put("@DATA@", ScriptSafe(data));
-  put("@SCRIPT@", std::string(kTourPageScript));
-  page += rest;
-  return page;
+  return FillMarks(kTourPageTemplate, {{"@TITLE@", HtmlSafe(report.title)},
+                                       {"@DATA@", ScriptSafe(data)},
+                                       {"@SCRIPT@", std::string(kTourPageScript)}});
 }
 
 }  // namespace command

@@ -17,8 +17,8 @@ std::size_t LineCount(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-const char* const kVerbs[] = {"tour",      "serve", "import", "pano",      "route",
-                              "jpeg-date", "help",  "man",    "completion"};
+const char* const kVerbs[] = {"tour",      "serve",    "import", "pano", "route",
+                              "jpeg-date", "building", "help",   "man",  "completion"};
 
 using Command = CommandTest;
 
@@ -58,7 +58,7 @@ TEST_F(Command, TellsTheVersionsOfItsLibraries) {
   const CommandRun run = RunPelorin({"--version"});
   EXPECT_EQ(run.exit_code, 0);
   EXPECT_EQ(run.out.rfind("pelorin ", 0), 0u);
-  for (const char* library : {"Qt ", "curl ", "zlib ", "SQLite ", "Boost "}) {
+  for (const char* library : {"Qt ", "curl ", "zlib ", "SQLite ", "GEOS ", "Boost "}) {
     EXPECT_NE(run.out.find(library), std::string::npos) << library;
   }
 }
