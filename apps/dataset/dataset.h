@@ -63,7 +63,7 @@ struct NearestQuery {
 class Dataset {
  public:
   /// The layout that this program writes and reads.
-  static constexpr int kSchemaVersion = 1;
+  static constexpr int kSchemaVersion = 2;
 
   /// Opens a file. Null, with `error`, if it is not there, is not a dataset, or is of another
   /// schema version.

@@ -102,7 +102,7 @@ Dataset::Store::Store(SQLite::Database database, std::int64_t file_bytes)
     : db(std::move(database)), by_id(db, "SELECT number FROM pano WHERE id = ?"),
       pano(db, "SELECT id, lat, lng, scene, level_id, street, street_range, copyright, image_width,"
                " image_height, tile_width, tile_height, pano_yaw, tilt_yaw, tilt_pitch, info_level,"
-               " info_value FROM pano WHERE number = ?"),
+               " info_value, image_date FROM pano WHERE number = ?"),
       link(db, "SELECT target, yaw, argb FROM link WHERE pano = ? ORDER BY place"),
       level(db, "SELECT level_id, target, ordinal, name, abbreviation FROM level WHERE pano = ?"
                 " ORDER BY place"),
@@ -191,6 +191,7 @@ PanoRecord Dataset::Store::ReadRecordLocked(std::int64_t number, bool with_maps)
     record.tilt_pitch_deg = Finite(&pano, 14);
     record.info_level = static_cast<std::uint64_t>(pano.getColumn(15).getInt64());
     record.info_value = pano.getColumn(16).getInt();
+    record.image_date = Text(&pano, 17);
   }
   ReadPartsLocked(number, &record);
   ReadMapsLocked(number, with_maps, &record);

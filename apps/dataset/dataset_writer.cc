@@ -88,7 +88,7 @@ struct DatasetWriter::Store {
   std::unique_ptr<ReplacedFile> file;  // Null in memory. Outlives the connection.
   std::string path;
   SQLite::Database db;
-  SQLite::Statement pano{db, "INSERT INTO pano VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"};
+  SQLite::Statement pano{db, "INSERT INTO pano VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"};
   SQLite::Statement box{db, "INSERT INTO pano_box VALUES(?,?,?,?,?)"};
   SQLite::Statement link{db, "INSERT INTO link VALUES(?,?,?,?,?)"};
   SQLite::Statement level{db, "INSERT INTO level VALUES(?,?,?,?,?,?,?)"};
@@ -125,6 +125,7 @@ void DatasetWriter::Store::InsertPano(const PanoRecord& record) {
   std::memcpy(&info_level, &record.info_level, sizeof info_level);
   pano.bind(++at, info_level);
   pano.bind(++at, record.info_value);
+  pano.bind(++at, record.image_date);
   Insert(&pano);
 }
 

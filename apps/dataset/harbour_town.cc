@@ -56,6 +56,16 @@ std::vector<Street> Streets() {
   return streets;
 }
 
+// The town was driven through three times, a street in one of them.
+std::string DateOfStreet(const std::string& name) {
+  constexpr const char* kDrives[] = {"2022-09", "2024-05", "2025-06"};
+  std::size_t sum = 0;
+  for (const char c : name) {
+    sum += static_cast<unsigned char>(c);
+  }
+  return kDrives[sum % 3];
+}
+
 void AddSights(PanoRecord* record) {
   for (const PlanSight& sight : HarbourSights()) {
     const LatLng place = PlaceOf(sight.point);
@@ -106,6 +116,7 @@ std::unique_ptr<Dataset> MakeHarbourTown(std::string* error) {
   }
   for (std::size_t i = 0; i < panoramas->size(); ++i) {
     PanoRecord record = panoramas->MakeRecord(i);
+    record.image_date = DateOfStreet(record.text);
     AddSights(&record);
     if (!writer->Add(record, error)) {
       return nullptr;

@@ -20,7 +20,7 @@ const char* const kTables[] = {
     " street_range TEXT NOT NULL, copyright TEXT NOT NULL, image_width INTEGER NOT NULL,"
     " image_height INTEGER NOT NULL, tile_width INTEGER NOT NULL, tile_height INTEGER NOT NULL,"
     " pano_yaw REAL NOT NULL, tilt_yaw REAL NOT NULL, tilt_pitch REAL NOT NULL,"
-    " info_level INTEGER NOT NULL, info_value INTEGER NOT NULL)",
+    " info_level INTEGER NOT NULL, info_value INTEGER NOT NULL, image_date TEXT NOT NULL)",
     "CREATE UNIQUE INDEX pano_by_id ON pano(id)",
     "CREATE VIRTUAL TABLE pano_box USING rtree(number, south, north, west, east)",
     "CREATE TABLE link(pano INTEGER NOT NULL, place INTEGER NOT NULL, target TEXT NOT NULL,"

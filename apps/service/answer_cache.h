@@ -13,6 +13,7 @@ namespace pelorin {
 /// An answer as it leaves, and what to count for it.
 struct FinishedAnswer {
   std::string body;
+  const char* content_type = "text/xml; charset=utf-8";
   std::size_t panoramas = 0;
   bool depth_map = false;
   bool pano_map = false;

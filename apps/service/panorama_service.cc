@@ -10,6 +10,7 @@
 
 #include "apps/service/answer_cache.h"
 #include "apps/service/http_server.h"
+#include "apps/service/image_tile.h"
 #include "apps/service/panorama_xml.h"
 #include "apps/service/plk_request.h"
 
@@ -20,7 +21,7 @@ using httplib::Request;
 using httplib::Response;
 using SharedAnswer = std::shared_ptr<const FinishedAnswer>;
 
-constexpr char kXml[] = "text/xml; charset=utf-8";
+constexpr char kJpeg[] = "image/jpeg";
 constexpr char kText[] = "text/plain; charset=utf-8";
 constexpr char kJson[] = "application/json";
 constexpr char kFaultHeader[] = "X-Pelorin-Faults";
@@ -92,6 +93,7 @@ class PanoramaService::Impl {
   SharedAnswer Make(const PlkRequest& request, Response* answer);
   SharedAnswer MakeByPosition(const PlkRequest& request, Response* answer);
   SharedAnswer MakeByTile(const PlkRequest& request, Response* answer);
+  SharedAnswer MakeImageTile(const PlkRequest& request, Response* answer);
   SharedAnswer MakeOne(const std::string& id, const PlkRequest& request, Response* answer);
   static SharedAnswer MakeEmpty();
 
@@ -129,7 +131,7 @@ void PanoramaService::Impl::CountQuery(PlkRequest::Kind kind) {
   case PlkRequest::Kind::kUsageReport:
     return Count(&ServiceStatistics::usage_reports);
   case PlkRequest::Kind::kImageTile:
-    return;
+    return Count(&ServiceStatistics::image_tiles);
   }
 }
 
@@ -196,15 +198,12 @@ void PanoramaService::Impl::ServePlk(const Request& request, Response* answer) {
   }
   if (query.kind == PlkRequest::Kind::kUsageReport)
     return SetLine(200, "counted", answer);
-  if (query.kind == PlkRequest::Kind::kImageTile) {
-    return RefuseRequest(404, "this service holds no image tiles", answer);
-  }
 
   const SharedAnswer finished = Make(query, answer);
   if (finished == nullptr)
     return;
   Count(&ServiceStatistics::panoramas, finished->panoramas);
-  if (finished->panoramas == 0)
+  if (finished->panoramas == 0 && query.kind != PlkRequest::Kind::kImageTile)
     Count(&ServiceStatistics::empty_answers);
   if (finished->depth_map)
     Count(&ServiceStatistics::depth_maps);
@@ -213,7 +212,7 @@ void PanoramaService::Impl::ServePlk(const Request& request, Response* answer) {
   if (decision.damage != FaultDecision::Damage::kNone) {
     return SendDamaged(decision, finished, answer);
   }
-  answer->set_content(finished->body, kXml);
+  answer->set_content(finished->body, finished->content_type);
 }
 
 FaultDecision PanoramaService::Impl::DecideFaults(const Request& request) {
@@ -241,7 +240,7 @@ void PanoramaService::Impl::SendDamaged(const FaultDecision& decision, const Sha
     Count(&ServiceStatistics::corrupted);
     std::string body = finished->body;
     CorruptBytes(decision.noise, &body);
-    return answer->set_content(body, kXml);
+    return answer->set_content(body, finished->content_type);
   }
   // A provider that gives up early makes the library close the connection with the announced length
   // still open.
@@ -249,7 +248,8 @@ void PanoramaService::Impl::SendDamaged(const FaultDecision& decision, const Sha
     Count(&ServiceStatistics::truncated);
     const std::size_t part = static_cast<std::size_t>(decision.noise % size);
     answer->set_content_provider(
-        size, kXml, [finished, part](std::size_t, std::size_t, httplib::DataSink& sink) {
+        size, finished->content_type,
+        [finished, part](std::size_t, std::size_t, httplib::DataSink& sink) {
           if (part > 0)
             sink.write(finished->body.data(), part);
           return false;
@@ -258,7 +258,8 @@ void PanoramaService::Impl::SendDamaged(const FaultDecision& decision, const Sha
   }
   Count(&ServiceStatistics::stalled);
   answer->set_content_provider(
-      size, kXml, [this, finished, size](std::size_t, std::size_t, httplib::DataSink& sink) {
+      size, finished->content_type,
+      [this, finished, size](std::size_t, std::size_t, httplib::DataSink& sink) {
         sink.write(finished->body.data(), size / 2);
         while (sink.is_writable() && !server_.SleepUnlessStopped(kStallSlice)) {
         }
@@ -272,6 +273,8 @@ SharedAnswer PanoramaService::Impl::Make(const PlkRequest& request, Response* an
     return MakeOne(request.pano_id, request, answer);
   case PlkRequest::Kind::kByPosition:
     return MakeByPosition(request, answer);
+  case PlkRequest::Kind::kImageTile:
+    return MakeImageTile(request, answer);
   default:
     return MakeByTile(request, answer);
   }
@@ -325,6 +328,31 @@ SharedAnswer PanoramaService::Impl::MakeOne(const std::string& id, const PlkRequ
   finished->panoramas = 1;
   finished->depth_map = maps.depth_map && !record.depth_map.empty();
   finished->pano_map = maps.pano_map && !record.pano_map.empty();
+  cache_.Keep(key, finished);
+  return finished;
+}
+
+SharedAnswer PanoramaService::Impl::MakeImageTile(const PlkRequest& request, Response* answer) {
+  const std::string key = "image " + std::to_string(request.zoom) + " " +
+                          std::to_string(request.x) + " " + std::to_string(request.y) + " " +
+                          request.pano_id;
+  if (SharedAnswer kept = cache_.Find(key))
+    return kept;
+  PanoRecord record;
+  std::string error;
+  const Answer outcome = dataset_.FindPano(request.pano_id, true, &record, &error);
+  if (outcome == Answer::kFailed) {
+    RefuseData(error, answer);
+    return nullptr;
+  }
+  auto finished = std::make_shared<FinishedAnswer>();
+  finished->content_type = kJpeg;
+  if (outcome == Answer::kFound)
+    finished->body = DrawImageTile(record, {request.zoom, request.x, request.y});
+  if (finished->body.empty()) {
+    RefuseRequest(404, "there is no such image tile", answer);
+    return nullptr;
+  }
   cache_.Keep(key, finished);
   return finished;
 }

@@ -40,6 +40,7 @@ struct ServiceStatistics {
   std::uint64_t by_id = 0;        ///< Well-formed requests of each kind, failed by a fault or not.
   std::uint64_t by_position = 0;  ///<
   std::uint64_t by_tile = 0;      ///<
+  std::uint64_t image_tiles = 0;  ///<
   std::uint64_t usage_reports = 0;     ///<
   std::uint64_t empty_answers = 0;     ///< Of the first three kinds: nothing was there.
   std::uint64_t depth_maps = 0;        ///< Answers with a depth map.
@@ -63,7 +64,8 @@ struct ServiceStatistics {
 /// and by tile
 /// (`output=metatile&x=&y=&zoom=`). `dm=1` and `pm=1` add the depth and the pano map. By id and by
 /// position the answer is the panorama itself, as the root of the document; by tile, and where
-/// nothing is there, it is a list, which can be empty. `output=plrep` counts a usage report.
+/// nothing is there, it is a list, which can be empty. `output=tile&panoid=&zoom=&x=&y=`
+/// is a tile of a panorama's image (see `DrawImageTile`); `output=plrep` counts a usage report.
 /// `/health` and
 /// `/version` answer in JSON. Anything else is refused with a status and one line of text. While a
 /// fault plan is in force every answer says so in the header `X-Pelorin-Faults`.

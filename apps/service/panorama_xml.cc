@@ -53,6 +53,7 @@ void AddDataProperties(xml_node panorama, const PanoRecord& record) {
   SetInteger(node, "image_height", record.image_height);
   SetInteger(node, "tile_width", record.tile_width);
   SetInteger(node, "tile_height", record.tile_height);
+  SetText(node, "image_date", record.image_date);
   SetInteger(node, "scene", record.scene);
   SetText(node, "level_id", record.level_id);
   AddText(node, "text", record.text);

@@ -94,6 +94,28 @@ bool ParseTile(const Parameters& parameters, PlkRequest* request, std::string* e
   return true;
 }
 
+bool ParseImageTile(const Parameters& parameters, PlkRequest* request, std::string* error) {
+  request->kind = PlkRequest::Kind::kImageTile;
+  const std::string* const id = Find(parameters, "panoid");
+  if (id == nullptr || id->empty()) {
+    return Refuse("\"panoid\" is missing or empty", error);
+  }
+  request->pano_id = *id;
+  const std::string* const zoom = Find(parameters, "zoom");
+  const std::string* const x = Find(parameters, "x");
+  const std::string* const y = Find(parameters, "y");
+  constexpr int kLast = std::numeric_limits<int>::max();
+  if (zoom == nullptr || x == nullptr || y == nullptr ||
+      !ParseNumber(*zoom, 0, PlkRequest::kMaxZoom, &request->zoom) ||
+      !ParseNumber(*x, 0, kLast, &request->x) || !ParseNumber(*y, 0, kLast, &request->y)) {
+    return Refuse(
+        "\"zoom\", \"x\" and \"y\" are no image tile: give whole numbers, 0 or above, with "
+        "zoom up to 30",
+        error);
+  }
+  return true;
+}
+
 bool ParseReport(const Parameters& parameters, PlkRequest* request, std::string* error) {
   request->kind = PlkRequest::Kind::kUsageReport;
   const std::string* const events = Find(parameters, "ed");
@@ -118,7 +140,8 @@ bool ParsePlkRequest(const Parameters& parameters, PlkRequest* request, std::str
     if (!ParseReport(parameters, &parsed, error))
       return false;
   } else if (form == "tile") {
-    parsed.kind = PlkRequest::Kind::kImageTile;
+    if (!ParseImageTile(parameters, &parsed, error))
+      return false;
   } else {
     return Refuse("\"output\" is none of xml, metatile, tile and plrep", error);
   }

@@ -15,7 +15,7 @@ struct PlkRequest {
     kById,
     kByPosition,
     kByTile,
-    kImageTile,  ///< Understood, but this service holds no images.
+    kImageTile,
     kUsageReport,
   };
 
@@ -24,13 +24,15 @@ struct PlkRequest {
   static constexpr int kMaxZoom = 30;
 
   Kind kind = Kind::kById;
-  std::string pano_id;                  ///< By id; never empty.
+  std::string pano_id;                  ///< By id and of an image tile; never empty.
   LatLng place;                         ///< By position; within its ranges.
   double radius_m = kDefaultRadiusM;    ///< By position; 0 or above, finite.
   std::optional<std::string> level_id;  ///< By position; never empty.
-  int x = 0;               ///< By tile: 0 up to 2 to the power of `zoom`, not included.
-  int y = 0;               ///< Likewise.
-  int zoom = 0;            ///< By tile; 0 to 30.
+  /// By tile: 0 up to 2 to the power of `zoom`, not included. Of an image tile: column and row, 0
+  /// or above.
+  int x = 0;
+  int y = 0;
+  int zoom = 0;            ///< By tile and of an image tile (its level); 0 to 30.
   bool depth_map = false;  ///< By id and by position: `dm=1`.
   bool pano_map = false;   ///< By id and by position: `pm=1`.
 };

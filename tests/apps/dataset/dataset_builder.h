@@ -29,6 +29,7 @@ inline PanoRecord FullRecord() {
   record.text = "K\xC3\xB6nigsweg & <Sons>";
   record.street_range = "12-13";
   record.copyright = "\xC2\xA9 nobody";
+  record.image_date = "2024-05";
   record.image_width = 4096;
   record.image_height = 2048;
   record.tile_width = 512;
@@ -55,6 +56,7 @@ inline void ExpectEqual(const PanoRecord& a, const PanoRecord& b) {
   EXPECT_EQ(a.text, b.text);
   EXPECT_EQ(a.street_range, b.street_range);
   EXPECT_EQ(a.copyright, b.copyright);
+  EXPECT_EQ(a.image_date, b.image_date);
   EXPECT_EQ(a.image_width, b.image_width);
   EXPECT_EQ(a.image_height, b.image_height);
   EXPECT_EQ(a.tile_width, b.tile_width);

@@ -148,13 +148,6 @@ TEST_F(PanoramaServiceTest, GivesMapsByPositionWhenAsked) {
   EXPECT_NE(body.find(PackMap("a pano map")), std::string::npos);
 }
 
-TEST_F(PanoramaServiceTest, HasNoImageTilesAndSaysSo) {
-  const httplib::Result answer = Get("/plk?output=tile&panoid=a&zoom=1&x=0&y=0");
-  ASSERT_TRUE(answer);
-  EXPECT_EQ(answer->status, 404);
-  EXPECT_EQ(answer->body, "this service holds no image tiles\n");
-}
-
 TEST_F(PanoramaServiceTest, RefusesBadParametersWithOneLine) {
   for (const char* query :
        {"", "?", "?output=xml", "?output=xml&ll=91,0", "?output=metatile&x=1&y=0&zoom=0",

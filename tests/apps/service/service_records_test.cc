@@ -61,6 +61,7 @@ void ExpectSameTexts(const PanoramaData& data, const PanoRecord& record) {
   EXPECT_EQ(data.text.toStdString(), record.text);
   EXPECT_EQ(data.street_range.toStdString(), record.street_range);
   EXPECT_EQ(data.copyright.toStdString(), record.copyright);
+  EXPECT_EQ(data.image_date.toStdString(), record.image_date);
   EXPECT_EQ(data.level_id.toStdString(), record.level_id);
 }
 
