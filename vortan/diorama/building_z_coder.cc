@@ -48,6 +48,32 @@ void ReserveFields(std::size_t count, int width, BinaryEncoder* encoder) {
       static_cast<int>(std::min<std::int64_t>(bits, std::numeric_limits<int>::max() - 64)));
 }
 
+// Gathers fields of up to 32 bits in a register and hands them on 32 bits at a time: a list of narrow
+// fields is then written faster than field by field. The last of them go with the destructor.
+class FieldPacker {
+ public:
+  explicit FieldPacker(BinaryEncoder* encoder) : encoder_(encoder) {}
+  ~FieldPacker() { encoder_->WriteBits(static_cast<int>(word_), filled_); }
+  FieldPacker(const FieldPacker&) = delete;
+  FieldPacker& operator=(const FieldPacker&) = delete;
+
+  // `value` has no bits beyond `width`.
+  void Put(int value, int width) {
+    word_ |= std::uint64_t{static_cast<unsigned>(value)} << filled_;
+    filled_ += width;
+    if (filled_ >= 32) {
+      encoder_->WriteBits(static_cast<int>(word_), 32);
+      word_ >>= 32;
+      filled_ -= 32;
+    }
+  }
+
+ private:
+  BinaryEncoder* encoder_;
+  std::uint64_t word_ = 0;
+  int filled_ = 0;  // Below 32 between calls.
+};
+
 // Resizes a list by its count in the stream; whether any elements follow. A count of 2^31 or more
 // is negative and becomes a size that no list can have.
 template <typename T>
@@ -145,10 +171,11 @@ bool BuildingZEncoder::EncodePoints(const std::vector<Vector2<double>>& points) 
     WriteUInt(x_bits, kWidthBits);
     WriteUInt(y_bits, kWidthBits);
     ReserveFields(points.size(), x_bits + y_bits, this);
+    FieldPacker packer(this);
     for (const Vector2<double>& point : points) {
       const Vector2<int> q = (point * factor).IRound();
-      WriteUInt(Difference(q.x, min.x), x_bits);
-      WriteUInt(Difference(q.y, min.y), y_bits);
+      packer.Put(Difference(q.x, min.x), x_bits);
+      packer.Put(Difference(q.y, min.y), y_bits);
     }
   }
   RegisterStat(&stats_.point_bytes);
@@ -188,8 +215,9 @@ bool BuildingZEncoder::EncodeTriangleIndices(const std::vector<int>& indices) {
     const int bits = BitsRequired(*largest);
     WriteUInt(bits, kWidthBits);
     ReserveFields(indices.size(), bits, this);
+    FieldPacker packer(this);
     for (const int index : indices) {
-      WriteUInt(index, bits);
+      packer.Put(index, bits);
     }
   }
   RegisterStat(&stats_.triangle_bytes);
