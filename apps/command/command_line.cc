@@ -32,6 +32,8 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddImportVerb(app, session);
   AddPanoVerb(app, session);
   AddRouteVerb(app, session);
+  AddUtmVerb(app, session);
+  AddStratumVerb(app, session);
   AddJpegDateVerb(app, session);
   AddBuildingVerb(app, session);
   AddHelpVerbs(app, session);

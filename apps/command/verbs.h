@@ -18,6 +18,8 @@ void AddServeVerb(CLI::App& app, Session& session);
 void AddImportVerb(CLI::App& app, Session& session);
 void AddPanoVerb(CLI::App& app, Session& session);
 void AddRouteVerb(CLI::App& app, Session& session);
+void AddUtmVerb(CLI::App& app, Session& session);
+void AddStratumVerb(CLI::App& app, Session& session);
 void AddJpegDateVerb(CLI::App& app, Session& session);
 void AddBuildingVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.

@@ -16,7 +16,7 @@ namespace ostrand {
 ///
 ///     const ostrand::UTMZone zone(42.0, 12.5);            // 33T
 ///     double x, y;
-///     zone.LatLngToLocal(42.0, 12.5, &x, &y);             // 292974 m east, 4652983 m north
+///     zone.LatLngToLocal(42.0, 12.5, &x, &y);             // 292949 m east, 4652800 m north
 ///
 /// The series are those of the USGS transverse Mercator formulas (Snyder, "Map Projections: A
 /// Working Manual", 1987, pages 61 to 64) for a squared eccentricity of 0.00669438 and no more

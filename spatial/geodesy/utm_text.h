@@ -12,7 +12,7 @@ namespace spatial {
 ///
 ///     QString zone, easting, northing;
 ///     CreateUTMStrings(42.0, 12.5, &zone, &easting, &northing);
-///     // "33 T", "292974.15 m E", "4652983.43 m N"
+///     // "33 T", "292948.96 m E", "4652799.81 m N"
 ///     double lat, lng;
 ///     ParseLatLonFromUTM(zone, easting, northing, &lat, &lng);   // whole metres: fractions go
 ///

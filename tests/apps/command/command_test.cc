@@ -17,8 +17,8 @@ std::size_t LineCount(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-const char* const kVerbs[] = {"tour",      "serve",    "import", "pano", "route",
-                              "jpeg-date", "building", "help",   "man",  "completion"};
+const char* const kVerbs[] = {"tour",    "serve",     "import",   "pano", "route", "utm",
+                              "stratum", "jpeg-date", "building", "help", "man",   "completion"};
 
 using Command = CommandTest;
 
@@ -84,6 +84,28 @@ TEST_F(Command, AnswersWrongUsageWithOneLineAndCode2) {
       {"pano", "--tile", "9,9,2"},
       {"route", "--from", "1,2"},
       {"route", "--from", "1,2", "--to", "1,2", "-o", Path("walk.doc")},
+      {"utm", "91,0"},
+      {"utm", "42"},
+      {"utm", "1,2", "--zone", "61"},
+      {"utm", "-r", "33T 500000"},
+      {"utm", "-r", "33T 1 2", "--zone", "33"},
+      {"utm", "1,2", "-i", "points.txt"},
+      {"utm", "1,2", "-f", "kml"},
+      {"stratum"},
+      {"stratum", "--level", "31", "--altitude", "0"},
+      {"stratum", "--level", "3"},
+      {"stratum", "--level", "3", "--stratum", "7"},
+      {"stratum", "--level", "3", "--stratum", "0", "--altitude", "0"},
+      {"stratum", "--level", "3", "--stratum", "0", "--row", "5"},
+      {"stratum", "--level", "3", "--stratum", "0", "--row", "8", "--column", "0"},
+      {"stratum", "--level", "3", "--altitude", "31855050"},
+      {"stratum", "--level", "3", "--altitude", "nan"},
+      {"stratum", "--path", "038"},
+      {"stratum", "--path", "0000000000000000000000000000000"},
+      {"stratum", "--path", "034", "--level", "3"},
+      {"stratum", "--level", "3", "--altitude", "0", "-f", "kml"},
+      {"stratum", "--at", "1,2", "--level", "3", "--from", "9", "--to", "0"},
+      {"stratum", "--at", "1,2", "--level", "30", "--from", "0", "--to", "90000"},
       {"jpeg-date", "read"},
       {"completion", "csh"},
       {"help", "fly"},

@@ -33,10 +33,8 @@ TEST(UtmTextTwin, AgreesAtEveryCharacterOfTheBasicPlane) {
   const QString easting = QStringLiteral("500000");
   const QString northing = QStringLiteral("4649776");
   // As a digit, a blank, a letter, a second letter, and inside a number.
-  const char* const zones[] = {"3%T", "33%T", "33%", "33T%", "%33T", "5%33T", "3 %"};
-  const char* const texts[] = {
-      "3%T 500000 4649776", "33%T 500000 4649776", "33% 500000 4649776 33U 500000 4649776",
-      "33T%500000 4649776", "33T 5%0000 4649776",  "%33T 500000 4649776%"};
+  const char* const zones[] = {"3%T", "33%", "5%33T"};
+  const char* const texts[] = {"33% 500000 4649776 33U 500000 4649776", "33T%5%0000 4649776"};
   for (unsigned code = 0; code <= 0xFFFF; ++code) {
     const QChar c(static_cast<ushort>(code));
     const auto with = [c](const char* form) {
@@ -72,7 +70,7 @@ TEST(UtmTextTwin, AgreesOverRandomTexts) {
     return text;
   };
   int taken = 0;
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 40000; ++i) {
     const QString text = any(24);
     ASSERT_TRUE(Same(Whole(text), WholeTwin(text))) << text.toStdString();
     const QString easting = any(8);
@@ -83,7 +81,7 @@ TEST(UtmTextTwin, AgreesOverRandomTexts) {
         << zone.toStdString() << '|' << easting.toStdString() << '|' << northing.toStdString();
     taken += fields.ok ? 1 : 0;
   }
-  EXPECT_GT(taken, 1000);
+  EXPECT_GT(taken, 200);
 }
 
 TEST(UtmTextTwin, AgreesOverDamagedTexts) {
@@ -92,7 +90,7 @@ TEST(UtmTextTwin, AgreesOverDamagedTexts) {
   for (int length = 0; length <= good.size(); ++length) {
     ASSERT_TRUE(Same(Whole(good.left(length)), WholeTwin(good.left(length)))) << length;
   }
-  for (int i = 0; i < 50000; ++i) {
+  for (int i = 0; i < 10000; ++i) {
     QString text = good;
     for (auto flips = random() % 4 + 1; flips > 0; --flips) {
       const int at = static_cast<int>(random() % static_cast<unsigned>(text.size()));
