@@ -19,6 +19,9 @@ constexpr char kStartLetter = 'Q';
 constexpr std::size_t kStartLetterAt = 1;
 static_assert(kStart[kStartLetterAt] == kStartLetter);
 
+// Up to here tokens are looked through byte by byte.
+constexpr std::ptrdiff_t kShortToken = 6;
+
 // A comment segment takes 65533 bytes, and a comment must be shorter.
 constexpr std::size_t kMaxKeptBytes = 65533;
 constexpr std::size_t kMaxValidBytes = 65532;
@@ -79,8 +82,15 @@ class TokenIterator {
  private:
   void SetTo(const char* begin) {
     begin_ = begin;
+    // Versions, families and markers are short: most end before a call would pay.
+    const char* const near = begin + std::min<std::ptrdiff_t>(kShortToken, text_end_ - begin);
+    for (end_ = begin; end_ != near; ++end_) {
+      if (*end_ == kSeparator) {
+        return;
+      }
+    }
     const void* const separator =
-        std::memchr(begin, kSeparator, static_cast<std::size_t>(text_end_ - begin));
+        std::memchr(near, kSeparator, static_cast<std::size_t>(text_end_ - near));
     end_ = separator == nullptr ? text_end_ : static_cast<const char*>(separator);
   }
 
