@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::size_t kBudget = std::size_t{1} << 24;
+constexpr std::size_t kBudget = std::size_t{1} << 20;
 // Beyond it numbers need not come back.
 constexpr double kExactLimit = 1 << 30;
 
