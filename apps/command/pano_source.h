@@ -49,6 +49,8 @@ class PanoSource {
   const std::string& url() const { return url_; }
   /// Null where the panoramas come from a server.
   const Dataset* dataset() const { return dataset_.get(); }
+  /// The service that this process runs; null likewise.
+  const PanoramaService* service() const { return service_.get(); }
 
  private:
   Outcome StartService(const PanoSourceFlags& flags, const Session& session);

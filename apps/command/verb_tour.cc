@@ -6,15 +6,15 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "apps/command/output_file.h"
 #include "apps/command/pano_source.h"
-#include "apps/command/tour/tour_kml.h"
-#include "apps/command/tour/tour_page.h"
+#include "apps/command/tour/tour_files.h"
 #include "apps/command/tour/tour_run.h"
 #include "apps/command/tour/tour_summary.h"
+#include "apps/command/tour/track_file.h"
 #include "apps/command/verbs.h"
-#include "apps/command/versions.h"
 
 namespace pelorin {
 namespace command {
@@ -27,28 +27,12 @@ struct TourFlags {
   std::string from;
   std::string to;
   int max_hops = 1000;
+  std::string replay;
+  double half_width_m = 3.0;
+  std::vector<std::string> formats;
   std::string folder = "out";
   bool overwrite = false;
   bool json = false;
-};
-
-/// The two files of a tour. Looked at before the work, written after it.
-struct TourFiles {
-  explicit TourFiles(const std::string& folder)
-      : kml((fs::path(folder) / "tour.kml").string()),
-        page((fs::path(folder) / "tour.html").string()) {}
-
-  Outcome Check(bool overwrite) const {
-    Outcome outcome = CheckMayWrite(kml, overwrite);
-    return outcome.ok() ? CheckMayWrite(page, overwrite) : outcome;
-  }
-  Outcome Write(const TourReport& report, bool overwrite) const {
-    Outcome outcome = WriteOutput(kml, overwrite, TourKml(report));
-    return outcome.ok() ? WriteOutput(page, overwrite, TourPage(report, VersionLine())) : outcome;
-  }
-
-  std::string kml;
-  std::string page;
 };
 
 Outcome MakeFolder(const std::string& folder) {
@@ -65,9 +49,15 @@ Outcome Tour(const TourFlags& flags, const Session& session) {
   if (Outcome outcome = ParseEnds(flags.from, flags.to, &request); !outcome.ok()) {
     return outcome;
   }
-  const TourFiles files(flags.folder);
+  request.half_width_m = flags.half_width_m;
+  const TourFiles files(flags.folder, flags.formats);
   if (Outcome outcome = files.Check(flags.overwrite); !outcome.ok()) {
     return outcome;
+  }
+  if (!flags.replay.empty()) {
+    if (Outcome outcome = ReadTrack(flags.replay, &request.track); !outcome.ok()) {
+      return outcome;
+    }
   }
   TourReport report;
   if (Outcome outcome = RunTour(flags.source, request, session, &report); !outcome.ok()) {
@@ -79,7 +69,7 @@ Outcome Tour(const TourFlags& flags, const Session& session) {
   if (Outcome outcome = files.Write(report, flags.overwrite); !outcome.ok()) {
     return outcome;
   }
-  session.Tell("wrote " + files.kml + " and " + files.page);
+  session.Tell("wrote " + files.Names());
   return WriteOutput("-", false,
                      flags.json
                          ? SummaryJson(report).dump(
@@ -95,22 +85,40 @@ void AddTourVerb(CLI::App& app, Session& session) {
   CLI::App* const verb =
       app.add_subcommand("tour", "Fetch, link, plan and walk; leaves a map of the walk behind");
   AddPanoSourceFlags(*verb, &flags->source);
-  verb->add_option("--from", flags->from,
-                   "Where the walk starts; the dataset's own choice if left out")
-      ->type_name("LAT,LNG");
-  verb->add_option("--to", flags->to, "Where it ends; likewise")->type_name("LAT,LNG");
+  CLI::Option* const from =
+      verb->add_option("--from", flags->from,
+                       "Where the walk starts; the dataset's own choice if left out")
+          ->type_name("LAT,LNG");
+  CLI::Option* const to =
+      verb->add_option("--to", flags->to, "Where it ends; likewise")->type_name("LAT,LNG");
+  verb->add_option(
+          "--replay", flags->replay,
+          "Recorded track to send through the corridors of the streets, in place of a walk "
+          "of the camera's own")
+      ->type_name("TRACK.gpx")
+      ->excludes(from)
+      ->excludes(to);
   verb->add_option("--max-hops", flags->max_hops, "Most panoramas in the walk; 1000 unless given")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000).description(""));
+  verb->add_option("--corridor", flags->half_width_m,
+                   "Metres from the middle of a street to the edge of its corridor, 0.5 to 50; 3 "
+                   "unless given")
+      ->type_name("METRES")
+      ->check(CLI::Range(0.5, 50.0).description(""));
   verb->add_option("--out", flags->folder,
                    "Folder for tour.kml and tour.html, made if need be; 'out' unless given")
       ->type_name("DIR");
-  verb->add_flag("--overwrite", flags->overwrite, "Replace the two files if they are there");
+  verb->add_option("-f,--format", flags->formats,
+                   "Further file beside the two: tour.gpx or tour.geojson; can be given twice")
+      ->check(CLI::IsMember({"gpx", "geojson"}));
+  verb->add_flag("--overwrite", flags->overwrite, "Replace the files if they are there");
   verb->add_flag("--json", flags->json, "Summary in JSON");
   AddFaultFlags(*verb, &flags->source.faults);
   verb->footer("Examples: pelorin tour\n"
                "          pelorin tour --dataset city.sqlite --from 43.7347,7.4206 "
-               "--to 43.7402,7.4277");
+               "--to 43.7402,7.4277\n"
+               "          pelorin tour --dataset city.sqlite --replay ride.gpx -f gpx -f geojson");
   verb->callback([flags, &session] { session.outcome = Tour(*flags, session); });
 }
 

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "apps/command/tour/stored_place.h"
+
 namespace pelorin {
 namespace command {
 namespace {
@@ -20,15 +22,6 @@ using nimbara::spatial::PanoramaData;
 using nimbara::spatial::PathPlanner;
 
 constexpr double kPlaceholderMetres = 10.0;
-
-LatLng PlaceFromStored(const Vec3<double>& stored) {
-  return LatLng{stored.y * 180.0, stored.x * 180.0};
-}
-
-/// A link's colour has alpha, blue, green, red from the top; a map wants red, green, blue.
-std::uint32_t RgbOf(std::uint32_t abgr) {
-  return (abgr & 0xFFu) << 16 | (abgr & 0xFF00u) | (abgr >> 16 & 0xFFu);
-}
 
 /// The copying, step by step. Used under the graph's lock.
 class Copier {

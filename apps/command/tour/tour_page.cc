@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/command/html_page.h"
+#include "apps/command/tour/tour_page_streets.h"
 #include "apps/command/tour/tour_page_template.h"
 #include "apps/command/tour/tour_summary.h"
 
@@ -154,10 +155,16 @@ std::string TourPage(const TourReport& report, const std::string& made) {
   AddEdges(report, &data);
   AddWalk(report, &data);
   AddBackdrop(report, &data);
+  data["scene"] = StreetsJson(report.streets);
   data["figures"] = SummaryJson(report);
-  return FillMarks(kTourPageTemplate, {{"@TITLE@", HtmlSafe(report.title)},
-                                       {"@DATA@", ScriptSafe(data)},
-                                       {"@SCRIPT@", std::string(kTourPageScript)}});
+  std::string script;
+  for (const std::string_view part :
+       {kTourPageScript, kTourPageStreets, kTourPageChart, kTourPageBegin}) {
+    script += part;
+  }
+  return FillMarks(
+      kTourPageTemplate,
+      {{"@TITLE@", HtmlSafe(report.title)}, {"@DATA@", ScriptSafe(data)}, {"@SCRIPT@", script}});
 }
 
 }  // namespace command

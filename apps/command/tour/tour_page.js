@@ -18,7 +18,9 @@ const SCHEMES = {
     start: "#1b8a5a", goal: "#d1462f", turn: "#f2b134", turnInk: "#4a3200", label: "#3d3527",
     halo: "rgba(250,246,236,.92)", waterLabel: "#3f7890", areaLabel: "#6f7f58", level: "#6a4fb3",
     levelBelow: "#8a6d3b", other: "#0f7f8c", cone: "rgba(31,111,139,.34)", eye: "#1f6f8b",
-    roadLift: 0,
+    roadLift: 0, corridor: "#4ba3c7", corridorEdge: "#0f5f7f", corridorAlpha: .42, held: "#14536b",
+    pushed: "#c47a00", outside: "#d1005b", turnLine: "#7a5195", roadEdge: "#3d3527",
+    roadInk: "#fffdf8", chartRule: "#e4ddcf", chartInk: "#6b7780",
   },
   dark: {
     paper: "#141b20", sea: "#12303c", shallow: "rgba(120,190,210,.06)", coast: "#2b5666",
@@ -29,7 +31,9 @@ const SCHEMES = {
     start: "#37c98b", goal: "#ff7a5c", turn: "#ffc857", turnInk: "#332200", label: "#d9d2c3",
     halo: "rgba(17,24,29,.9)", waterLabel: "#6fb0c6", areaLabel: "#86a06a", level: "#a58cf0",
     levelBelow: "#d6b277", other: "#38bfcd", cone: "rgba(124,199,223,.3)", eye: "#7cc7df",
-    roadLift: -0.66,
+    roadLift: -0.66, corridor: "#2f7f9f", corridorEdge: "#7cc7df", corridorAlpha: .5,
+    held: "#9fe0f5", pushed: "#ffb454", outside: "#ff5c9e", turnLine: "#c9a0e8",
+    roadEdge: "#d9d2c3", roadInk: "#11181d", chartRule: "#2a343a", chartInk: "#93a1a7",
   },
 };
 const wantsDark = window.matchMedia("(prefers-color-scheme: dark)");
@@ -237,13 +241,18 @@ function draw() {
   inPlane(drawBackdrop);
   drawStreets();
   drawInferred();
+  drawCorridors();
+  drawRoads();
   drawDots();
   drawWalk();
+  drawCamera();
   drawTurns();
   drawEnds();
   drawViewer();
   drawLabels();
+  drawStreetLabels();
   drawScale();
+  drawChart();
 }
 
 const SHAPE_ORDER = ["sea", "land", "park", "water", "square", "quay", "mole", "rail", "building"];
@@ -364,7 +373,9 @@ function drawInferred() {
 }
 function drawWalk() {
   if (walk.length < 2) return;
-  const width = Math.max(5, Math.min(10, 5.5 * camera.scale));
+  // Under the camera's own way the walk steps back.
+  const isGround = layers.camera && steps.length > 1 && camera.scale > 1.2;
+  const width = isGround ? 3 : Math.max(5, Math.min(10, 5.5 * camera.scale));
   const points = walk.map(screenOf);
   const strokeUpTo = (from, to) => {
     ctx.beginPath();
@@ -380,6 +391,7 @@ function drawWalk() {
   // What lies behind the walker is darker.
   ctx.strokeStyle = colours.walked;
   if (Math.floor(position) > 0) strokeUpTo(0, Math.floor(position));
+  if (isGround) return;
   drawArrows(points, width);
   if (camera.scale < 1.6) return;
   ctx.fillStyle = colours.walkCasing;
@@ -529,6 +541,11 @@ function viewer() {
   if (!selected) return null;
   if (!walk.length || selected !== walk[stop]) {
     return { screen: screenOf(selected), x: selected.x, y: selected.y, heading: selected.heading };
+  }
+  const index = stepAt(position);
+  if (index >= 0) {
+    const step = steps[index];
+    return { screen: toScreen(step.x, step.y), heading: step.heading, x: step.x, y: step.y };
   }
   const i = Math.min(Math.floor(position), walk.length - 1), j = Math.min(i + 1, walk.length - 1);
   const t = position - i, [ax, ay] = screenOf(walk[i]), [bx, by] = screenOf(walk[j]);
@@ -713,9 +730,14 @@ function fillPanel() {
   const rows = [
     ["Panoramas fetched", f.panoramas], ["Placeholders, not fetched", f.placeholders],
     ["Links", f.edges], ["of them inferred", f.inferred_links, 1],
-    ["Requests", f.requests.id + f.requests.position + f.requests.tile],
+    ["Requests", f.requests.id + f.requests.position + f.requests.tile + f.requests.depth],
     ["by id", f.requests.id, 1], ["by position", f.requests.position, 1], ["by tile", f.requests.tile, 1],
+    ["for depth maps", f.requests.depth, 1],
     ["Repeats refused", f.refused], ["Failed requests", f.failed], ["Asked again", f.retried],
+    ["Roads drawn", f.roads], ["Photo overlays", f.overlays], ["with a depth surface", f.surfaces, 1],
+    ["Corridors", f.corridors], ["rounded corners", f.fillets, 1],
+    ["Steps of the camera", f.camera.steps], ["pushed back", f.camera.pushed_back, 1],
+    ["Usage reports received", f.usage.received],
     ["Hops", f.path.hops], ["Seconds", f.seconds.toFixed(2)],
     ["Panoramas a second", Math.round(f.panoramas_per_second)],
     ["Most memory", (f.peak_memory_bytes / 1048576).toFixed(1) + " MiB"],
@@ -806,6 +828,7 @@ function drawLegend() {
     items.push([dot(colours.level), "on a level; upper ones lifted"]);
   if (panos.some((pano) => pano.level.id && pano.level.ordinal < 0))
     items.push([dot(colours.levelBelow), "on a level below ground"]);
+  items.splice(1, 0, ...streetLegend(line));
   byId("legend-list").innerHTML = items.map(([sign, text]) => `<li>${sign}<span>${text}</span></li>`).join("");
 }
 function fillLevels() {
@@ -966,18 +989,3 @@ byId("slider").oninput = (event) => { pause(); goTo(+event.target.value); reveal
 byId("scheme").onclick = () => setScheme(schemeName === "dark" ? "light" : "dark");
 wantsDark.addEventListener("change", (event) => setScheme(event.matches ? "dark" : "light"));
 window.addEventListener("resize", resize);
-
-// ---------------------------------------------------------------- begin
-// A link such as tour.html#stop=12&dark opens at that stop, in that scheme.
-const wish = new URLSearchParams(location.hash.slice(1));
-fillPanel();
-fillLevels();
-pause();
-if (wish.has("dark")) schemeName = "dark";
-if (wish.has("light")) schemeName = "light";
-resize();
-setScheme(schemeName);
-fit();
-goTo(Number(wish.get("stop") || 1) - 1 || 0);
-if (wish.has("zoom")) { camera.x = selected.x; camera.y = selected.y; camera.scale = +wish.get("zoom") || 1; }
-if (wish.has("play")) play();

@@ -6,9 +6,14 @@
 namespace pelorin {
 namespace command {
 
-/// The files tour_page.html and tour_page.js, as the build packed them into the program.
+/// The page and its scripts, as the build packed them into the program: tour_page.html, then, in
+/// the order in which the page needs them, tour_page.js, tour_streets.js, tour_chart.js,
+/// tour_begin.js.
 extern const std::string_view kTourPageTemplate;
 extern const std::string_view kTourPageScript;
+extern const std::string_view kTourPageStreets;
+extern const std::string_view kTourPageChart;
+extern const std::string_view kTourPageBegin;
 
 }  // namespace command
 }  // namespace pelorin

@@ -60,6 +60,10 @@ double TourReport::panoramas_per_second() const {
   return figures.seconds > 0.0 ? static_cast<double>(fetched_count()) / figures.seconds : 0.0;
 }
 
+std::uint32_t RgbOf(std::uint32_t abgr) {
+  return (abgr & 0xFFu) << 16 | (abgr & 0xFF00u) | (abgr >> 16 & 0xFFu);
+}
+
 std::string HexColour(std::uint32_t rgb) {
   std::array<char, 8> text{};
   std::snprintf(text.data(), text.size(), "#%06x", rgb & 0xFFFFFFu);

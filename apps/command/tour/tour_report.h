@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "apps/command/tour/tour_streets.h"
 #include "apps/dataset/pano_record.h"
 
 namespace pelorin {
 namespace command {
 
-/// What a tour leaves behind, as plain values: no pointer into the graph, so that every writer
-/// (page, KML, summary) tells the same story after the fetcher has stopped. Texts are UTF-8.
+/// What a tour leaves behind, without any pointer into the graph, so that every writer (page, KML,
+/// summary) tells the same story after the fetcher has stopped. Texts are UTF-8.
 /// Indices point into `TourReport::panoramas` unless they say otherwise.
 
 /// One panorama of the graph.
@@ -63,10 +64,11 @@ struct TourFigures {
   std::uint64_t id_requests = 0;
   std::uint64_t position_requests = 0;
   std::uint64_t tile_requests = 0;
-  std::uint64_t refused = 0;  ///< Repeats of what was under way.
-  std::uint64_t failed = 0;   ///< Requests that ended without an answer.
-  std::uint64_t retried = 0;  ///< Attempts made again after a failure.
-  double seconds = 0.0;       ///< From the first request to the last answer.
+  std::uint64_t depth_requests = 0;  ///< For depth maps alone.
+  std::uint64_t refused = 0;         ///< Repeats of what was under way.
+  std::uint64_t failed = 0;          ///< Requests that ended without an answer.
+  std::uint64_t retried = 0;         ///< Attempts made again after a failure.
+  double seconds = 0.0;              ///< From the first request to the last answer.
   std::uint64_t peak_memory_bytes = 0;
 };
 
@@ -81,6 +83,7 @@ struct TourReport {
   std::vector<TourTurn> turns;          ///< In walking order.
   std::vector<TourStep> steps;          ///< In walking order.
   std::vector<BackdropShape> backdrop;  ///< To draw beneath, in this order.
+  TourStreets streets;                  ///< What the camera met; empty if none walked.
   TourFigures figures;
 
   std::size_t fetched_count() const;
@@ -91,6 +94,10 @@ struct TourReport {
   /// Fetched panoramas for each second of the tour; 0 for a tour that took no time.
   double panoramas_per_second() const;
 };
+
+/// A link's colour (alpha, blue, green, red from the top) as a map wants it: red, green, blue. It
+/// is its own inverse but for the alpha.
+std::uint32_t RgbOf(std::uint32_t abgr);
 
 /// "#1a2b3c".
 std::string HexColour(std::uint32_t rgb);

@@ -9,6 +9,8 @@
 #include "apps/command/coordinates.h"
 #include "apps/command/tour/far_apart.h"
 #include "apps/command/tour/graph_snapshot.h"
+#include "apps/command/tour/stop_depth_maps.h"
+#include "apps/command/tour/street_tour.h"
 #include "apps/command/tour/tour_fetch_manager.h"
 #include "apps/command/tour/tour_walk.h"
 #include "host/reference/network_statistics.h"
@@ -52,6 +54,11 @@ TourFigures FiguresBetween(const Counters& start, const Counters& end, const Tou
 }
 
 Outcome ChooseEnds(const PanoSource& source, const TourRequest& request, WalkPlan* plan) {
+  if (!request.track.empty()) {
+    plan->from = request.track.front().place;
+    plan->to = request.track.back().place;
+    return Outcome::Done();
+  }
   if (request.from && request.to) {
     plan->from = *request.from;
     plan->to = *request.to;
@@ -73,6 +80,28 @@ Outcome ChooseEnds(const PanoSource& source, const TourRequest& request, WalkPla
   plan->from = request.from.value_or(plan->from);
   plan->to = request.to.value_or(plan->to);
   return Outcome::Done();
+}
+
+Outcome FindWay(const TourRequest& request, TourWalk* walk) {
+  if (!request.track.empty()) {
+    return walk->FollowTrack();
+  }
+  return request.go_along ? walk->Run() : walk->FindRoute();
+}
+
+/// With a service of this process its own count tells what arrived.
+TourStreets TakeStreetsOf(const PanoSource& source, const TourRequest& request,
+                          const nimbara::spatial::PanoGraph& graph, const TourWalk& walk) {
+  StreetTourPlan plan;
+  plan.half_width_m = request.half_width_m;
+  plan.service = source.url();
+  plan.track = request.track;
+  plan.along = walk.along();
+  TourStreets streets = TakeStreets(graph, walk.path(), plan);
+  streets.usage.received = source.service() == nullptr
+                               ? streets.usage.answered
+                               : source.service()->statistics().usage_reports;
+  return streets;
 }
 
 Outcome DescribeSource(const PanoSource& source, TourReport* report) {
@@ -126,6 +155,7 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
   WalkPlan plan;
   plan.max_hops = request.max_hops;
   plan.server = source.url();
+  plan.track = request.track;
   plan.radius_m =
       static_cast<double>(PelorinSpatialOptions::s_settings_.default_search_radius_m.Get());
   if (Outcome outcome = ChooseEnds(source, request, &plan); !outcome.ok()) {
@@ -146,7 +176,12 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
   TourWalk walk(&graph, &manager, plan, [&progress](std::int64_t done, std::int64_t total) {
     progress.Update(done, total);
   });
-  const Outcome outcome = request.go_along ? walk.Run() : walk.FindRoute();
+  const Outcome outcome = FindWay(request, &walk);
+  std::uint64_t depth_requests = 0;
+  if (outcome.ok() && request.go_along) {
+    depth_requests = FetchDepthMaps(graph, walk.path());
+    made.streets = TakeStreetsOf(source, request, graph, walk);
+  }
   manager.Stop();
   const Counters end;
   progress.Finish();
@@ -156,6 +191,7 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
   CopyGraph(graph, walk.path(), &made);
   CreditFirstCopyright(&made);
   made.figures = FiguresBetween(start, end, walk);
+  made.figures.depth_requests = depth_requests;
   *report = std::move(made);
   return Outcome::Done();
 }

@@ -3,11 +3,13 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "apps/command/outcome.h"
 #include "apps/command/pano_source.h"
 #include "apps/command/session.h"
 #include "apps/command/tour/tour_report.h"
+#include "apps/command/tour/track_file.h"
 
 namespace pelorin {
 namespace command {
@@ -18,6 +20,9 @@ struct TourRequest {
   std::optional<LatLng> to;    ///< Likewise.
   int max_hops = 1000;         ///< Most panoramas in the walk; 1 or more.
   bool go_along = true;        ///< False: the way is found, but not gone.
+  double half_width_m = 3.0;   ///< Of the corridors that hold the camera; above 0.
+  /// A track to send through the corridors; the ends are then its own. Empty: a way is found.
+  std::vector<TrackPoint> track;
 };
 
 /// Reads the ends from their flags; an empty one stays absent. Fails (wrong usage) for a text that
@@ -25,8 +30,8 @@ struct TourRequest {
 Outcome ParseEnds(const std::string& from, const std::string& to, TourRequest* request);
 
 /// Opens the source and runs the whole pipeline over it: fetch manager, fetcher, parser, graph,
-/// planner, and the walk. On success `*report` is complete; on failure it is as it was. Progress
-/// goes to standard error under the session's flags.
+/// planner, the walk, and the camera that goes it. On success `*report` is complete; on failure it
+/// is as it was. Progress goes to standard error under the session's flags.
 Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const Session& session,
                 TourReport* report);
 

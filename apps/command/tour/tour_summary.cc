@@ -38,7 +38,40 @@ class Lines {
 };
 
 std::uint64_t RequestCount(const TourFigures& figures) {
-  return figures.id_requests + figures.position_requests + figures.tile_requests;
+  return figures.id_requests + figures.position_requests + figures.tile_requests +
+         figures.depth_requests;
+}
+
+nlohmann::ordered_json CameraJson(const TourStreets& streets) {
+  return {{"steps", streets.camera.size()},
+          {"seconds", streets.camera.empty() ? 0.0 : Rounded(streets.camera.back().seconds, 100.0)},
+          {"pushed_back", streets.pushed_back_count()},
+          {"farthest_outside_m", Rounded(streets.farthest_outside_m(), 100.0)},
+          {"placed", streets.placed}};
+}
+
+nlohmann::ordered_json UsageJson(const TourUsage& usage) {
+  return {{"panoramas", usage.panoramas},
+          {"viewpoints", usage.viewpoints},
+          {"fields_of_view", usage.fields_of_view},
+          {"reports", usage.reports},
+          {"answered", usage.answered},
+          {"received", usage.received}};
+}
+
+void AddStreets(const TourStreets& streets, Lines* lines) {
+  lines->Heading("The streets along it");
+  lines->Row("roads drawn", streets.roads.size());
+  lines->Row("street names", streets.labels.size());
+  lines->Row("photo overlays", streets.overlays.size());
+  lines->Row("  with a depth surface", streets.surface_count());
+  lines->Row("corridors", streets.corridors.size());
+  lines->Row("  rounded corners", streets.fillets.size());
+  lines->Row("steps of the camera", streets.camera.size());
+  lines->Row("  pushed back", streets.pushed_back_count());
+  lines->Row("  farthest outside", streets.farthest_outside_m(), "m", 1);
+  lines->Row("usage reports", streets.usage.reports);
+  lines->Row("  received", streets.usage.received);
 }
 
 }  // namespace
@@ -56,7 +89,8 @@ nlohmann::ordered_json SummaryJson(const TourReport& report) {
   json["inferred_links"] = report.inferred_count();
   json["requests"] = {{"id", figures.id_requests},
                       {"position", figures.position_requests},
-                      {"tile", figures.tile_requests}};
+                      {"tile", figures.tile_requests},
+                      {"depth", figures.depth_requests}};
   json["refused"] = figures.refused;
   json["failed"] = figures.failed;
   json["retried"] = figures.retried;
@@ -65,6 +99,15 @@ nlohmann::ordered_json SummaryJson(const TourReport& report) {
                   {"metres", Rounded(report.path_metres(), 100.0)},
                   {"turns", report.turns.size()},
                   {"ids", std::move(ids)}};
+  const TourStreets& streets = report.streets;
+  json["roads"] = streets.roads.size();
+  json["labels"] = streets.labels.size();
+  json["overlays"] = streets.overlays.size();
+  json["surfaces"] = streets.surface_count();
+  json["corridors"] = streets.corridors.size();
+  json["fillets"] = streets.fillets.size();
+  json["camera"] = CameraJson(streets);
+  json["usage"] = UsageJson(streets.usage);
   json["seconds"] = Rounded(figures.seconds, 10000.0);
   json["panoramas_per_second"] = Rounded(report.panoramas_per_second(), 10.0);
   json["peak_memory_bytes"] = figures.peak_memory_bytes;
@@ -84,6 +127,7 @@ std::string SummaryText(const TourReport& report, bool colour) {
   lines.Row("  by id", figures.id_requests);
   lines.Row("  by position", figures.position_requests);
   lines.Row("  by tile", figures.tile_requests);
+  lines.Row("  for depth maps", figures.depth_requests);
   lines.Row("repeats refused", figures.refused);
   lines.Row("requests failed", figures.failed);
   lines.Row("attempts made again", figures.retried);
@@ -96,6 +140,9 @@ std::string SummaryText(const TourReport& report, bool colour) {
     at.imbue(std::locale::classic());
     at << std::fixed << std::setprecision(0) << "  " << step.metres << " m";
     lines.Row(at.str(), step.text);
+  }
+  if (!report.streets.camera.empty()) {
+    AddStreets(report.streets, &lines);
   }
   lines.Heading("Effort");
   lines.Row("time", figures.seconds, "s", 2);

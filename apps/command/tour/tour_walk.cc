@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "apps/command/coordinates.h"
+#include "apps/command/tour/stored_place.h"
 #include "host/reference/network_statistics.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
 
@@ -17,7 +18,6 @@ namespace {
 
 using nimbara::HeapManager;
 using nimbara::mmvector;
-using nimbara::Vec3;
 using nimbara::spatial::MapTile;
 using nimbara::spatial::PanoGraph;
 using nimbara::spatial::PanoramaData;
@@ -37,14 +37,6 @@ constexpr int kMaxRounds = 20000;
 constexpr int kMaxResets = 2;
 // How far the panorama of an end may stand from it; the planner's own limit for the goal.
 constexpr double kNearMetres = 100.0;
-
-Vec3<double> Stored(const LatLng& place) {
-  return Vec3<double>{place.lng_deg / 180.0, place.lat_deg / 180.0, 0.0};
-}
-
-LatLng PlaceOfRecord(const PanoramaData& record) {
-  return LatLng{record.position.y * 180.0, record.position.x * 180.0};
-}
 
 MapTile TileOf(const LatLng& place) {
   return MapTile(place.lat_deg, place.lng_deg,
@@ -100,12 +92,16 @@ Outcome TourWalk::LookAround(const LatLng& place, const char* what) {
     asked_again_ += failed ? 1 : 0;
   }
   if (nimbara::net::GetNetworkStatistics().succeeded == answered_before) {
-    return Outcome::Fail(ExitCode::kUnavailable, "the service does not answer", plan_.server,
-                         "see that it runs and that the address is right");
+    return NothingAnswers();
   }
   return Outcome::Fail(ExitCode::kNothingFound, "no panorama within 100 m",
                        std::string(what) + " " + LatLngText(place),
                        "choose a place on a street of the dataset");
+}
+
+Outcome TourWalk::NothingAnswers() const {
+  return Outcome::Fail(ExitCode::kUnavailable, "the service does not answer", plan_.server,
+                       "see that it runs and that the address is right");
 }
 
 bool TourWalk::IsNearSomething(const LatLng& place) const {
@@ -119,8 +115,8 @@ Outcome TourWalk::FindWay() {
   int resets = 0;
   int rounds_beyond = 0;
   for (int round = 0; round < kMaxRounds; ++round) {
-    const bool found =
-        planner.FindPath(Stored(plan_.from), Stored(plan_.to), plan_.max_hops, false, &path_);
+    const bool found = planner.FindPath(StoredFrom(plan_.from), StoredFrom(plan_.to),
+                                        plan_.max_hops, false, &path_);
     if (found && !HasHoles(path_) && (ReachesGoal(path_) || ++rounds_beyond > kRoundsBeyond)) {
       return Outcome::Done();
     }
@@ -129,7 +125,11 @@ Outcome TourWalk::FindWay() {
       Explore(frontier);
       continue;
     }
-    if (planner.FindPath(Stored(plan_.from), Stored(plan_.to), plan_.max_hops, true, &path_)) {
+    // A search that fails empties its path; the one that was found may be needed yet.
+    Path in_scene;
+    if (planner.FindPath(StoredFrom(plan_.from), StoredFrom(plan_.to), plan_.max_hops, true,
+                         &in_scene)) {
+      path_ = in_scene;
       return Outcome::Done();
     }
     if (found && !HasHoles(path_)) {
@@ -214,11 +214,7 @@ void TourWalk::GoAlong() {
       AskNear(place);
     }
     AskNeighbours(id);
-    // A step takes a viewer longer than an answer; without this a walk over loopback would pile up
-    // all of its requests at once.
-    if (open_ids_.size() + open_tiles_.size() + open_places_.size() > 2 * kPlacesPerRound) {
-      WaitForAll();
-    }
+    LetAnswersKeepUp();
     if (on_progress_) {
       on_progress_(++gone, static_cast<std::int64_t>(path_.size()));
     }
@@ -329,6 +325,14 @@ void TourWalk::AskNeighbours(const QString& id) {
   open_ids_.insert(open_ids_.end(), wanted.begin(), wanted.end());
 }
 
+/// A step takes a viewer longer than an answer; without this a walk over loopback would pile up all
+/// of its requests at once.
+void TourWalk::LetAnswersKeepUp() {
+  if (open_ids_.size() + open_tiles_.size() + open_places_.size() > 2 * kPlacesPerRound) {
+    WaitForAll();
+  }
+}
+
 void TourWalk::WaitForAll() {
   manager_->WaitUntil([this] { return IsEverythingEnded(); });
   if (on_progress_ && path_.empty()) {
@@ -372,12 +376,12 @@ bool TourWalk::PlaceOf(const QString& id, LatLng* place) const {
   if (record == nullptr) {
     return false;
   }
-  *place = PlaceOfRecord(*record);
+  *place = PlaceFromStored(record->position);
   return true;
 }
 
 QString TourWalk::NearestTo(const LatLng& place) const {
-  return graph_->GetClosestPanoToPoint(Stored(place));
+  return graph_->GetClosestPanoToPoint(StoredFrom(place));
 }
 
 }  // namespace command

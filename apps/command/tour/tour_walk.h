@@ -10,6 +10,7 @@
 
 #include "apps/command/outcome.h"
 #include "apps/command/tour/tour_fetch_manager.h"
+#include "apps/command/tour/track_file.h"
 #include "apps/dataset/pano_record.h"
 #include "spatial/graph/pano_graph.h"
 #include "spatial/graph/path_planner.h"
@@ -27,6 +28,8 @@ struct WalkPlan {
   /// Reach of look-ups by position, in metres.
   double radius_m = 50.0;
   std::string server;  ///< For messages.
+  /// A track to follow in place of a way of its own; only `FollowTrack` reads it.
+  std::vector<TrackPoint> track;
 };
 
 /// A viewer without a window: looks around at both ends, follows the links outwards until they
@@ -61,8 +64,15 @@ class TourWalk {
   /// was answered at all. All requests of its own have ended when it returns.
   Outcome Run();
 
-  /// The walk; empty if `Run` failed.
+  /// Fetches what lies along the plan's track, and takes the panoramas nearest to it as the walk,
+  /// one after the other, linked or not. Fails with "nothing found" if none stands within the
+  /// plan's radius of any point, and otherwise as `Run` does.
+  Outcome FollowTrack();
+
+  /// The walk; empty if it failed.
   const Path& path() const { return path_; }
+  /// After `FollowTrack`: the panorama for each point of the track; see `PanoramasAlong`.
+  const std::vector<QString>& along() const { return along_; }
   /// Requests that were refused, since the same was under way.
   std::uint64_t refused() const { return refused_; }
   /// Requests made again after one for the same thing that brought nothing.
@@ -81,10 +91,14 @@ class TourWalk {
   void Explore(const Ids& places);
   void GoAlong();
   void FillGaps();
+  void AskAlongTrack();
+  void TakePathAlongTrack();
+  Outcome NothingAnswers() const;
 
   void AskNear(const LatLng& place);
   void AskTilesAround(const LatLng& place);
   void AskNeighbours(const QString& id);
+  void LetAnswersKeepUp();
   void WaitForAll();
   bool IsEverythingEnded();
 
@@ -101,6 +115,7 @@ class TourWalk {
   QString start_;  // The panoramas nearest to both ends, once known.
   QString goal_;
   Path path_;
+  Ids along_;
   std::uint64_t refused_ = 0;
   std::uint64_t asked_again_ = 0;
 

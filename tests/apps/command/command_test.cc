@@ -71,6 +71,8 @@ TEST_F(Command, AnswersWrongUsageWithOneLineAndCode2) {
       {"tour", "--from", "here", "--out", Path("o")},
       {"tour", "--to", "95,1", "--out", Path("o")},
       {"tour", "--max-hops", "0", "--out", Path("o")},
+      {"tour", "--corridor", "0", "--out", Path("o")},
+      {"tour", "-f", "shp", "--out", Path("o")},
       {"tour", "--server", "ftp://service.example", "--from", "1,2", "--to", "1,2"},
       {"tour", "--server", "http://service.example", "--dataset", "town"},
       {"tour", "--fail", "503", "--out", Path("o")},
