@@ -210,12 +210,26 @@ void Dataset::LoadLocked() {
   counts_.depth_maps = metadata.Count("depth_maps");
   counts_.pano_maps = metadata.Count("pano_maps");
   counts_.streets = metadata.Count("streets");
+  counts_.height_grids = metadata.Count("height_grids");
   const std::optional<LatLng> south_west = metadata.Place("south", "west");
   const std::optional<LatLng> north_east = metadata.Place("north", "east");
   if (!south_west || !north_east) {
     throw std::runtime_error("its bounds are missing");
   }
   bounds_ = {south_west->lat_deg, south_west->lng_deg, north_east->lat_deg, north_east->lng_deg};
+  LoadHeightGridsLocked();
+}
+
+void Dataset::LoadHeightGridsLocked() {
+  std::vector<std::int64_t> numbers;
+  for (auto& [number, info] : store_->ReadHeightGridsLocked()) {
+    numbers.push_back(number);
+    height_grids_.push_back(std::move(info));
+  }
+  store_->heights = std::make_unique<HeightField>(
+      height_grids_, [store = store_.get(), numbers](std::size_t grid, std::int64_t tile) {
+        return store->ReadHeightTileLocked(numbers[grid], tile);
+      });
 }
 
 Answer Dataset::FindPano(const std::string& id, bool with_maps, PanoRecord* record,
@@ -347,6 +361,40 @@ Answer Dataset::ReadBackdrop(std::vector<BackdropShape>* shapes, std::string* er
     return shapes->empty() ? Answer::kNothing : Answer::kFound;
   } catch (const std::exception& exception) {
     store_->backdrop.tryReset();
+    Fail(error, path_ + ": " + exception.what());
+    return Answer::kFailed;
+  }
+}
+
+Answer Dataset::FindHeights(const std::vector<LatLng>& places, const HeightQuery& query,
+                            std::vector<Height>* heights, std::string* error) const {
+  heights->clear();
+  std::vector<std::size_t> wanted;
+  for (std::size_t grid = 0; query.grids.empty() && grid < height_grids_.size(); ++grid) {
+    wanted.push_back(grid);
+  }
+  for (const std::string& name : query.grids) {
+    for (std::size_t grid = 0; grid < height_grids_.size(); ++grid) {
+      if (height_grids_[grid].name == name) {
+        wanted.push_back(grid);
+      }
+    }
+  }
+  if (wanted.empty()) {
+    return Answer::kNothing;
+  }
+  const std::lock_guard<std::mutex> lock(store_->mutex);
+  try {
+    store_->BeginQueryLocked();
+    std::vector<Height> found;
+    found.reserve(places.size());
+    for (const LatLng& place : places) {
+      found.push_back(IsValidLatLng(place) ? store_->heights->At(place, query.interpolation, wanted)
+                                           : Height{0.0, true, -1});
+    }
+    *heights = std::move(found);
+    return Answer::kFound;
+  } catch (const std::exception& exception) {
     Fail(error, path_ + ": " + exception.what());
     return Answer::kFailed;
   }

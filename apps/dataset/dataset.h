@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/dataset/height_grid.h"
 #include "apps/dataset/pano_record.h"
 
 namespace pelorin {
@@ -33,6 +34,7 @@ struct DatasetCounts {
   std::int64_t depth_maps = 0;
   std::int64_t pano_maps = 0;
   std::int64_t streets = 0;  ///< Different street names, the empty one not counted.
+  std::int64_t height_grids = 0;
 };
 
 /// The outcome of a query.
@@ -52,8 +54,9 @@ struct NearestQuery {
   std::optional<std::string> level_id;
 };
 
-/// A set of panoramas to serve from, found by id and by place: one SQLite file with an index of
-/// positions, or the same in memory. Read-only; `DatasetWriter` makes one.
+/// A set of panoramas to serve from, found by id and by place, and the heights of the ground: one
+/// SQLite file with an index of positions, or the same in memory. Read-only; `DatasetWriter` makes
+/// one.
 ///
 /// Owned by whoever opened it. Every operation is const and safe from any thread; queries take
 /// turns behind one lock. A file that is replaced while it is open goes on being read as it was.
@@ -103,6 +106,15 @@ class Dataset {
   /// order to draw them in.
   Answer ReadBackdrop(std::vector<BackdropShape>* shapes, std::string* error) const;
 
+  /// The grids of heights, the finest first.
+  const std::vector<HeightGridInfo>& height_grids() const { return height_grids_; }
+
+  /// The heights of places, one for each and never none: what is missing is filled. An invalid
+  /// place has the height of one that no grid knows. Nothing if the dataset has none of the grids
+  /// that are asked for.
+  Answer FindHeights(const std::vector<LatLng>& places, const HeightQuery& query,
+                     std::vector<Height>* heights, std::string* error) const;
+
   /// Writes the whole dataset into a file, beside it first and renamed in the end, so that a
   /// failure leaves an older file whole. An existing file is replaced. False, with `error`, on
   /// failure.
@@ -116,6 +128,7 @@ class Dataset {
   static std::unique_ptr<Dataset> FromStore(const std::string& path, std::unique_ptr<Store> store,
                                             std::string* error);
   void LoadLocked();
+  void LoadHeightGridsLocked();
   template <typename Filter>
   Answer ReadBox(const BoundingBox& box, std::size_t limit, std::vector<PanoRecord>* records,
                  std::string* error, Filter filter) const;
@@ -124,6 +137,7 @@ class Dataset {
   DatasetInfo info_;
   DatasetCounts counts_;
   BoundingBox bounds_;
+  std::vector<HeightGridInfo> height_grids_;
   std::unique_ptr<Store> store_;
 };
 

@@ -4,6 +4,7 @@
 #include <SQLiteCpp/VariadicBind.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -113,6 +114,7 @@ Dataset::Store::Store(SQLite::Database database, std::int64_t file_bytes)
               " JOIN pano AS p ON p.number = b.number"
               " WHERE b.north >= ? AND b.south <= ? AND b.east >= ? AND b.west <= ?"),
       backdrop(db, "SELECT kind, name, closed, points FROM backdrop ORDER BY number"),
+      height_tile(db, "SELECT samples FROM height_tile WHERE grid = ? AND tile = ?"),
       // A row takes some 100 bytes of file and some 50 steps to pass over.
       max_steps_(file_bytes == 0 ? 0 : 1000000 + 4 * file_bytes) {
   if (max_steps_ > 0) {
@@ -236,6 +238,41 @@ void Dataset::Store::ReadMapsLocked(std::int64_t number, bool with_maps, PanoRec
       !Inflate(map.getColumn(1).getString(), kMaxPanoMapBytes, &record->pano_map)) {
     throw std::runtime_error("damaged: the pano map of panorama " + record->id);
   }
+}
+
+std::vector<std::pair<std::int64_t, HeightGridInfo>> Dataset::Store::ReadHeightGridsLocked() {
+  SQLite::Statement query(db, "SELECT number, name, north, west, lat_step, lng_step, rows, columns"
+                              " FROM height_grid ORDER BY number");
+  std::vector<std::pair<std::int64_t, HeightGridInfo>> grids;
+  while (query.executeStep()) {
+    HeightGridInfo info;
+    info.name = query.getColumn(1).getString();
+    info.north_deg = query.getColumn(2).getDouble();
+    info.west_deg = query.getColumn(3).getDouble();
+    info.lat_step_deg = query.getColumn(4).getDouble();
+    info.lng_step_deg = query.getColumn(5).getDouble();
+    info.rows = query.getColumn(6).getInt64();
+    info.columns = query.getColumn(7).getInt64();
+    const std::string fault = FaultOf(info);
+    if (!fault.empty()) {
+      throw std::runtime_error(fault);
+    }
+    grids.emplace_back(query.getColumn(0).getInt64(), std::move(info));
+  }
+  std::stable_sort(grids.begin(), grids.end(), [](const auto& a, const auto& b) {
+    return a.second.lat_step_deg < b.second.lat_step_deg;
+  });
+  return grids;
+}
+
+std::string Dataset::Store::ReadHeightTileLocked(std::int64_t grid, std::int64_t tile) {
+  height_tile.bind(1, grid);
+  height_tile.bind(2, tile);
+  Run run(&height_tile);
+  if (!run.Step()) {
+    throw std::runtime_error("damaged: a tile of heights is missing");
+  }
+  return height_tile.getColumn(0).getString();
 }
 
 }  // namespace pelorin

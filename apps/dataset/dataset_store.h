@@ -3,11 +3,14 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/dataset/dataset.h"
+#include "apps/dataset/height_tiles.h"
 
 namespace pelorin {
 
@@ -38,6 +41,10 @@ struct Dataset::Store {
   std::vector<Candidate> CandidatesLocked(const BoundingBox& box);
   /// The record with this number, which must exist.
   PanoRecord ReadRecordLocked(std::int64_t number, bool with_maps);
+  /// All grids of heights, with their numbers, the finest first.
+  std::vector<std::pair<std::int64_t, HeightGridInfo>> ReadHeightGridsLocked();
+  /// One tile of the grid with this number, packed.
+  std::string ReadHeightTileLocked(std::int64_t grid, std::int64_t tile);
   /// The number of the record with this id, or 0.
   std::int64_t FindNumberLocked(const std::string& id);
 
@@ -52,6 +59,9 @@ struct Dataset::Store {
   SQLite::Statement map;
   SQLite::Statement box;
   SQLite::Statement backdrop;
+  SQLite::Statement height_tile;
+  /// Null until the grids are loaded.
+  std::unique_ptr<HeightField> heights;
 
  private:
   void AppendCandidatesLocked(double south, double west, double north, double east,

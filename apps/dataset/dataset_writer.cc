@@ -79,6 +79,7 @@ struct DatasetWriter::Store {
   void InsertBox(const PanoRecord& record);
   void InsertParts(const PanoRecord& record);
   void InsertMaps(const PanoRecord& record);
+  void InsertHeights(const HeightGrid& grid);
   void InsertInfo(const DatasetInfo& info);
   void InsertCount(const std::string& key, const std::string& query);
   void InsertMetadata(const std::string& key, const std::string& value);
@@ -96,6 +97,9 @@ struct DatasetWriter::Store {
   SQLite::Statement map{db, "INSERT INTO map VALUES(?,?,?)"};
   SQLite::Statement backdrop{db,
                              "INSERT INTO backdrop(kind, name, closed, points) VALUES(?,?,?,?)"};
+  SQLite::Statement height_grid{db, "INSERT INTO height_grid(name, north, west, lat_step, lng_step,"
+                                    " rows, columns) VALUES(?,?,?,?,?,?,?)"};
+  SQLite::Statement height_tile{db, "INSERT INTO height_tile VALUES(?,?,?)"};
   SQLite::Statement metadata{db, "INSERT INTO metadata VALUES(?,?)"};
   std::unordered_set<std::string> ids;
   std::int64_t number = 0;  // Of the latest panorama.
@@ -170,6 +174,21 @@ void DatasetWriter::Store::InsertMaps(const PanoRecord& record) {
   Insert(&map);
 }
 
+void DatasetWriter::Store::InsertHeights(const HeightGrid& grid) {
+  const HeightGridInfo& info = grid.info;
+  SQLite::bind(height_grid, info.name, info.north_deg, info.west_deg, info.lat_step_deg,
+               info.lng_step_deg, info.rows, info.columns);
+  Insert(&height_grid);
+  const std::int64_t grid_number = db.getLastInsertRowid();
+  for (std::int64_t tile = 0; tile < HeightTileCount(info); ++tile) {
+    const std::string packed = PackedHeightTile(grid, tile);
+    height_tile.bind(1, grid_number);
+    height_tile.bind(2, tile);
+    height_tile.bind(3, packed.data(), static_cast<int>(packed.size()));
+    Insert(&height_tile);
+  }
+}
+
 void DatasetWriter::Store::InsertMetadata(const std::string& key, const std::string& value) {
   SQLite::bind(metadata, key, value);
   Insert(&metadata);
@@ -205,6 +224,7 @@ void DatasetWriter::Store::InsertInfo(const DatasetInfo& info) {
   InsertCount("depth_maps", "count(*) FROM map WHERE length(depth) > 0");
   InsertCount("pano_maps", "count(*) FROM map WHERE length(neighbours) > 0");
   InsertCount("streets", "count(DISTINCT street) FROM pano WHERE street <> ''");
+  InsertCount("height_grids", "count(*) FROM height_grid");
   InsertCount("south", "coalesce(min(lat), 0.0) FROM pano");
   InsertCount("west", "coalesce(min(lng), 0.0) FROM pano");
   InsertCount("north", "coalesce(max(lat), 0.0) FROM pano");
@@ -278,6 +298,26 @@ bool DatasetWriter::AddBackdrop(const BackdropShape& shape, std::string* error) 
     insert.bind(3, shape.closed ? 1 : 0);
     insert.bind(4, points.data(), static_cast<int>(points.size()));
     Insert(&insert);
+  } catch (const std::exception& storage_fault) {
+    store_->broken = store_->path + ": cannot be written: " + storage_fault.what();
+    return Fail(error, store_->broken);
+  }
+  return true;
+}
+
+bool DatasetWriter::AddHeightGrid(const HeightGrid& grid, std::string* error) {
+  if (store_ == nullptr || !store_->broken.empty()) {
+    return Fail(error, store_ == nullptr ? "the dataset is finished" : store_->broken);
+  }
+  const std::string fault = FaultOf(grid.info);
+  if (!fault.empty()) {
+    return Fail(error, fault);
+  }
+  if (grid.samples.size() != static_cast<std::size_t>(grid.info.rows * grid.info.columns)) {
+    return Fail(error, "the heights " + grid.info.name + " have another number of samples");
+  }
+  try {
+    store_->InsertHeights(grid);
   } catch (const std::exception& storage_fault) {
     store_->broken = store_->path + ": cannot be written: " + storage_fault.what();
     return Fail(error, store_->broken);

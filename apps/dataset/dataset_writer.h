@@ -36,6 +36,11 @@ class DatasetWriter {
   /// Adds one shape. Refused: a place outside its ranges.
   bool AddBackdrop(const BackdropShape& shape, std::string* error);
 
+  /// Adds one grid of heights; several may have one name and together be one set. Refused: an
+  /// `info` outside its ranges, and another number of samples than it says. Samples that are not
+  /// finite count as missing.
+  bool AddHeightGrid(const HeightGrid& grid, std::string* error);
+
   /// Completes the dataset and returns it, opened for reading. Null on failure, and then a file of
   /// that name is as it was. The writer is spent either way.
   std::unique_ptr<Dataset> Finish(const DatasetInfo& info, std::string* error);

@@ -28,31 +28,10 @@ class Draw {
   std::uint64_t state_ = 20;
 };
 
-double DistanceToLine(const PlanPoint& p, const PlanPoint& a, const PlanPoint& b) {
-  const double x = b.x - a.x;
-  const double y = b.y - a.y;
-  const double length = x * x + y * y;
-  const double t =
-      length == 0.0 ? 0.0 : std::clamp(((p.x - a.x) * x + (p.y - a.y) * y) / length, 0.0, 1.0);
-  return std::hypot(p.x - a.x - t * x, p.y - a.y - t * y);
-}
-
 // False if `p` is certainly farther than `metres` from the line; nearly all are.
 bool MayReach(const PlanPoint& p, const PlanPoint& a, const PlanPoint& b, double metres) {
   return p.x >= std::min(a.x, b.x) - metres && p.x <= std::max(a.x, b.x) + metres &&
          p.y >= std::min(a.y, b.y) - metres && p.y <= std::max(a.y, b.y) + metres;
-}
-
-bool Inside(const PlanPoint& p, const std::vector<PlanPoint>& ring) {
-  bool inside = false;
-  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
-    const PlanPoint& a = ring[i];
-    const PlanPoint& b = ring[j];
-    if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x) {
-      inside = !inside;
-    }
-  }
-  return inside;
 }
 
 // The corners, the middles of the sides and the centre stand for a house: at its size no street or

@@ -319,6 +319,27 @@ std::vector<PlanPoint> LineOf(const PlanStreet& street) {
   return ring;
 }
 
+double DistanceToLine(const PlanPoint& p, const PlanPoint& a, const PlanPoint& b) {
+  const double x = b.x - a.x;
+  const double y = b.y - a.y;
+  const double length = x * x + y * y;
+  const double t =
+      length == 0.0 ? 0.0 : std::clamp(((p.x - a.x) * x + (p.y - a.y) * y) / length, 0.0, 1.0);
+  return std::hypot(p.x - a.x - t * x, p.y - a.y - t * y);
+}
+
+bool Inside(const PlanPoint& p, const std::vector<PlanPoint>& ring) {
+  bool inside = false;
+  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
+    const PlanPoint& a = ring[i];
+    const PlanPoint& b = ring[j];
+    if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x) {
+      inside = !inside;
+    }
+  }
+  return inside;
+}
+
 LatLng PlaceOf(const PlanPoint& point) {
   const double narrowing = std::cos(kMarketSquare.lat_deg * kPi / 180.0);
   return {kMarketSquare.lat_deg + point.y / kMetresPerDegree,

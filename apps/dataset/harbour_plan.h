@@ -65,6 +65,11 @@ std::vector<PlanPoint> CurveThrough(const std::vector<PlanPoint>& points, bool c
 /// The line of a street as it is walked: curved if it says so.
 std::vector<PlanPoint> LineOf(const PlanStreet& street);
 
+/// How far `p` is from the line between `a` and `b`, in metres.
+double DistanceToLine(const PlanPoint& p, const PlanPoint& a, const PlanPoint& b);
+/// True if `p` lies inside the closed line `ring`.
+bool Inside(const PlanPoint& p, const std::vector<PlanPoint>& ring);
+
 /// The place of a point of the plan on the planet.
 LatLng PlaceOf(const PlanPoint& point);
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/dataset/dataset_writer.h"
+#include "apps/dataset/harbour_heights.h"
 #include "apps/dataset/harbour_houses.h"
 #include "apps/dataset/harbour_plan.h"
 #include "apps/dataset/schema.h"
@@ -123,7 +124,8 @@ std::unique_ptr<Dataset> MakeHarbourTown(std::string* error) {
     }
   }
   if (!AddShapes(HarbourShapes(), writer.get(), error) ||
-      !AddShapes(HarbourHouses(), writer.get(), error)) {
+      !AddShapes(HarbourHouses(), writer.get(), error) ||
+      !writer->AddHeightGrid(HarbourHeights(), error)) {
     return nullptr;
   }
   DatasetInfo info;

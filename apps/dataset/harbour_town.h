@@ -12,7 +12,8 @@ namespace pelorin {
 /// program. It has curved streets with names and house numbers around a bay, a market square, a
 /// quay and a mole, lanes up a hill, dead ends whose continuation is not linked, a second scene on
 /// an island that no street reaches, a station with two levels, one above the other, depth and pano
-/// maps, labels, and shapes to draw beneath. Some hundreds of panoramas, about 10 m apart.
+/// maps, labels, shapes to draw beneath, and the heights of the ground. Some hundreds of panoramas,
+/// about 10 m apart.
 ///
 /// The same town, to the last byte of every record, at every call and on every machine.
 ///

@@ -34,6 +34,11 @@ const char* const kTables[] = {
     "CREATE TABLE map(pano INTEGER PRIMARY KEY, depth BLOB, neighbours BLOB)",
     "CREATE TABLE backdrop(number INTEGER PRIMARY KEY, kind TEXT NOT NULL, name TEXT NOT NULL,"
     " closed INTEGER NOT NULL, points BLOB NOT NULL)",
+    "CREATE TABLE height_grid(number INTEGER PRIMARY KEY, name TEXT NOT NULL, north REAL NOT NULL,"
+    " west REAL NOT NULL, lat_step REAL NOT NULL, lng_step REAL NOT NULL, rows INTEGER NOT NULL,"
+    " columns INTEGER NOT NULL)",
+    "CREATE TABLE height_tile(grid INTEGER NOT NULL, tile INTEGER NOT NULL, samples BLOB NOT NULL,"
+    " PRIMARY KEY(grid, tile))",
 };
 
 // Name to type and text of every object; of the tables that the R-tree keeps for itself only the
