@@ -54,7 +54,7 @@ Outcome OutcomeOf(const ImportResult& result) {
     return Outcome::Fail(ExitCode::kWrongUsage, result.error);
   case ImportStatus::kNoStreets:
     return Outcome::Fail(ExitCode::kNothingFound, result.error, "",
-                         "give files with streets, lines or tracks");
+                         "give files with streets, lines, tracks or heights");
   case ImportStatus::kCancelled:
     return Outcome::Ended(ExitCode::kInterrupted);
   case ImportStatus::kBadInput:
@@ -77,16 +77,30 @@ std::string ReportJson(const ImportResult& result, const std::string& output) {
   json["scenes"] = result.counts.scenes;
   json["levels"] = result.counts.levels;
   json["depth_maps"] = result.counts.depth_maps;
+  json["height_grids"] = result.counts.height_grids;
+  json["height_samples"] = result.height_samples;
+  json["heights_missing"] = result.missing_heights;
   json["warnings"] = result.warning_count;
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+std::string HeightsText(const ImportResult& result) {
+  const std::string grids = result.counts.height_grids == 1 ? " grid" : " grids";
+  return std::to_string(result.height_samples) + " heights in " +
+         std::to_string(result.counts.height_grids) + grids + ", " +
+         std::to_string(result.missing_heights) + " missing\n";
+}
+
 std::string ReportText(const ImportResult& result, const std::string& output) {
+  const std::string heights = result.counts.height_grids > 0 ? HeightsText(result) : "";
+  if (result.counts.panoramas == 0) {
+    return output + ": " + heights;
+  }
   return output + ": " + std::to_string(result.counts.panoramas) + " panoramas on " +
          std::to_string(std::llround(result.street_metres / 100.0) / 10) + "." +
          std::to_string(std::llround(result.street_metres / 100.0) % 10) + " km of street, " +
          std::to_string(result.junctions) + " junctions, " + std::to_string(result.counts.scenes) +
-         (result.counts.scenes == 1 ? " scene\n" : " scenes\n");
+         (result.counts.scenes == 1 ? " scene\n" : " scenes\n") + heights;
 }
 
 void TellWarnings(const ImportResult& result, const Session& session) {
@@ -135,15 +149,17 @@ Outcome RunImport(const ImportFlags& flags, Session& session) {
 void AddImportVerb(CLI::App& app, Session& session) {
   const auto flags = std::make_shared<ImportFlags>();
   CLI::App* const verb =
-      app.add_subcommand("import", "Turn street networks and tracks into a dataset");
-  verb->add_option("input", flags->inputs,
-                   "OpenStreetMap XML or PBF, GeoJSON lines or GPX tracks; gzip and bzip2 too")
+      app.add_subcommand("import", "Turn street networks, tracks and heights into a dataset");
+  verb->add_option(
+          "input", flags->inputs,
+          "OpenStreetMap XML or PBF, GeoJSON lines or GPX tracks, gzip and bzip2 too; heights as "
+          "SRTM tile, GeoTIFF or ASCII grid")
       ->type_name("FILE")
       ->required();
   verb->add_option("-o,--output", flags->output, "Dataset to write")->type_name("FILE")->required();
   verb->add_option("-f,--format", flags->format,
                    "Kind of all inputs; told from each file otherwise")
-      ->check(CLI::IsMember({"osm", "pbf", "geojson", "gpx"}));
+      ->check(CLI::IsMember({"osm", "pbf", "geojson", "gpx", "heights"}));
   verb->add_option("--spacing", flags->spacing_m,
                    "Metres between panoramas, 1 to 1000; 10 unless given")
       ->type_name("METRES");

@@ -11,6 +11,7 @@
 
 #include "apps/dataset/dataset_writer.h"
 #include "apps/dataset/street_panoramas.h"
+#include "apps/importer/height_file.h"
 #include "apps/importer/street_source.h"
 
 namespace pelorin {
@@ -66,11 +67,17 @@ std::string NameWithout(const std::string& path, const std::vector<std::string>&
 
 // What a file is about, however it is written down.
 std::string SubjectOf(const std::string& path) {
-  return NameWithout(path, {".gz", ".bz2", ".osm", ".xml", ".pbf", ".geojson", ".json", ".gpx"});
+  return NameWithout(path, {".gz", ".bz2", ".osm", ".xml", ".pbf", ".geojson", ".json", ".gpx",
+                            ".hgt", ".tif", ".tiff", ".asc"});
 }
 
 ImportFormat FormatOfStart(const std::string& start) {
   const std::size_t first = start.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+  const std::string magic = start.substr(0, 4);
+  if (magic == std::string("II*\0", 4) || magic == std::string("MM\0*", 4) ||
+      LowerCase(magic) == "ncol") {
+    return ImportFormat::kHeights;
+  }
   if (start.find("OSMHeader") < 32) {
     return ImportFormat::kOsmPbf;
   }
@@ -91,7 +98,9 @@ ImportFormat FormatOf(const ImportInput& input) {
   const std::pair<const char*, ImportFormat> endings[] = {
       {".osm", ImportFormat::kOsmXml},      {".pbf", ImportFormat::kOsmPbf},
       {".geojson", ImportFormat::kGeoJson}, {".json", ImportFormat::kGeoJson},
-      {".gpx", ImportFormat::kGpx},
+      {".gpx", ImportFormat::kGpx},         {".hgt", ImportFormat::kHeights},
+      {".tif", ImportFormat::kHeights},     {".tiff", ImportFormat::kHeights},
+      {".asc", ImportFormat::kHeights},
   };
   for (const auto& [ending, format] : endings) {
     if (EndsWith(name, ending)) {
@@ -105,7 +114,7 @@ ImportFormat FormatOf(const ImportInput& input) {
   });
   const ImportFormat format = FormatOfStart(start);
   if (format == ImportFormat::kAuto) {
-    throw InputFault(input.path + ": neither OpenStreetMap data nor GeoJSON nor GPX");
+    throw InputFault(input.path + ": neither OpenStreetMap data nor GeoJSON nor GPX nor heights");
   }
   return format;
 }
@@ -206,12 +215,32 @@ class Run {
     case ImportFormat::kGpx:
       ReadGpx(path, &source_);
       return;
+    case ImportFormat::kHeights:
+      ReadHeights(path);
+      return;
     case ImportFormat::kOsmXml:
     case ImportFormat::kOsmPbf:
     case ImportFormat::kAuto:
       ReadOsm(path, format, &source_);
       return;
     }
+  }
+
+  void ReadHeights(const std::string& path) {
+    if (PackingOf(path) != Packing::kNone) {
+      throw InputFault(path + ": heights are not read out of a packed file; unpack it first");
+    }
+    HeightGrid grid = ReadHeightFile(path);
+    grid.info.name = HeightGridName(SubjectOf(path));
+    const std::string fault = FaultOf(grid.info);
+    if (!fault.empty()) {
+      throw InputFault(path + ": " + fault);
+    }
+    result_->height_samples += grid.samples.size();
+    result_->missing_heights += static_cast<std::uint64_t>(
+        std::count_if(grid.samples.begin(), grid.samples.end(),
+                      [](float metres) { return !std::isfinite(metres); }));
+    grids_.push_back(std::move(grid));
   }
 
   std::string Attribution() const {
@@ -236,9 +265,10 @@ class Run {
       throw InputFault("more than " + std::to_string(options.max_panoramas) +
                        " panoramas: widen the spacing or cut the input");
     }
-    if (panoramas->size() == 0) {
+    if (panoramas->size() == 0 && grids_.empty()) {
       throw NoStreets("no street in " + options_.inputs.front().path +
-                      (options_.inputs.size() > 1 ? " and the other inputs" : ""));
+                      (options_.inputs.size() > 1 ? " and the other inputs" : "") +
+                      ", and no heights");
     }
     const StreetPanoramas::Statistics& statistics = panoramas->statistics();
     result_->streets_used = statistics.streets_used;
@@ -288,11 +318,19 @@ class Run {
         throw WriteFault(error);
       }
     }
+    for (const HeightGrid& grid : grids_) {
+      Report(ImportProgress::Phase::kWriting, panoramas.size(), panoramas.size());
+      if (!writer->AddHeightGrid(grid, &error)) {
+        throw WriteFault(error);
+      }
+    }
     Report(ImportProgress::Phase::kWriting, panoramas.size(), panoramas.size());
     DatasetInfo info;
     info.name = options_.name.empty() ? SubjectOf(options_.inputs.front().path) : options_.name;
     info.attribution = Attribution();
-    SuggestTour(panoramas, &info);
+    if (panoramas.size() > 0) {
+      SuggestTour(panoramas, &info);
+    }
     const std::unique_ptr<Dataset> dataset = writer->Finish(info, &error);
     if (dataset == nullptr) {
       throw WriteFault(error);
@@ -303,6 +341,7 @@ class Run {
   const ImportOptions& options_;
   ImportResult* result_;
   StreetSource source_;
+  std::vector<HeightGrid> grids_;
 };
 
 // The one place where what the readers throw becomes a result.
@@ -341,6 +380,9 @@ std::optional<ImportFormat> ImportFormatFromName(std::string_view name) {
   }
   if (name == "geojson") {
     return ImportFormat::kGeoJson;
+  }
+  if (name == "heights") {
+    return ImportFormat::kHeights;
   }
   return name == "gpx" ? std::optional<ImportFormat>(ImportFormat::kGpx) : std::nullopt;
 }

@@ -21,9 +21,10 @@ enum class ImportFormat {
   kOsmPbf,   ///< The same as protocol buffers.
   kGeoJson,  ///< Lines of any GeoJSON object; `name`, `highway` and `level` are read.
   kGpx,      ///< GPX 1.0 and 1.1: each track segment and each route is a street.
+  kHeights,  ///< A grid of heights: SRTM tile (.hgt), GeoTIFF or ESRI ASCII grid. Not packed.
 };
 
-/// "osm", "pbf", "geojson" and "gpx", in lower case; nothing for any other name.
+/// "osm", "pbf", "geojson", "gpx" and "heights", in lower case; nothing for any other name.
 std::optional<ImportFormat> ImportFormatFromName(std::string_view name);
 
 /// One file to import.
@@ -46,9 +47,11 @@ struct ImportProgress {
 
 /// How to import. The defaults are good.
 struct ImportOptions {
-  std::vector<ImportInput> inputs;  ///< At least one; all go into one street network.
-  std::string output;               ///< The dataset file, made or replaced.
-  double spacing_m = 10.0;          ///< Metres between panoramas along a street, 1 to 1000.
+  /// At least one. All streets go into one network; each grid of heights stays one by itself, named
+  /// after its file.
+  std::vector<ImportInput> inputs;
+  std::string output;       ///< The dataset file, made or replaced.
+  double spacing_m = 10.0;  ///< Metres between panoramas along a street, 1 to 1000.
   /// A simple depth map for every panorama: the ground and a facade on each side of the street.
   bool depth_maps = true;
   std::string name;  ///< The dataset's name; empty: the first input's file name.
@@ -65,7 +68,7 @@ enum class ImportStatus {
   kDone,
   kBadOptions,   ///< No input, no output, or a number outside its range.
   kBadInput,     ///< An input cannot be opened, is damaged or is of no known kind.
-  kNoStreets,    ///< All inputs were read, and there is no street in them.
+  kNoStreets,    ///< All inputs were read, and there are neither streets nor heights in them.
   kWriteFailed,  ///< The dataset cannot be written.
   kCancelled,
 };
@@ -80,18 +83,21 @@ struct ImportResult {
   /// Oddities that were stepped over, at most 100, each one line; `warning_count` counts all.
   std::vector<std::string> warnings;
   std::uint64_t warning_count = 0;
-  std::uint64_t lines_read = 0;    ///< Ways, lines and tracks in the inputs, of any kind.
-  std::uint64_t streets_used = 0;  ///< Those of them that became streets.
-  std::uint64_t junctions = 0;     ///< Places where at least three street pieces meet.
-  double street_metres = 0.0;      ///< Total length of the streets.
-  DatasetCounts counts;            ///< What the dataset now holds.
+  std::uint64_t lines_read = 0;       ///< Ways, lines and tracks in the inputs, of any kind.
+  std::uint64_t streets_used = 0;     ///< Those of them that became streets.
+  std::uint64_t junctions = 0;        ///< Places where at least three street pieces meet.
+  double street_metres = 0.0;         ///< Total length of the streets.
+  std::uint64_t height_samples = 0;   ///< In all grids of heights together,
+  std::uint64_t missing_heights = 0;  ///< and those of them that are not known.
+  DatasetCounts counts;               ///< What the dataset now holds.
 };
 
 /// Reads street lines and makes a dataset of panoramas along them: one at every junction and at
 /// every end, others between them at even distances of about `spacing_m`; headings along the street
 /// at the place; links both ways with heading and a colour by road class; a scene for each
-/// connected piece (1 upwards, the largest first). Equal inputs and options give equal datasets,
-/// ids included, also if one input is OpenStreetMap XML and the other the same data as PBF.
+/// connected piece (1 upwards, the largest first). Grids of heights go in as they are. Equal inputs
+/// and options give equal datasets, ids included, also if one input is OpenStreetMap XML and the
+/// other the same data as PBF.
 ///
 /// Runs to its end on the calling thread; several imports into different files may run at a time.
 /// Nothing throws. No input, however damaged, does harm beyond an error.
