@@ -61,7 +61,7 @@ void ExplainError(const httplib::Request&, httplib::Response& answer) {
 
 }  // namespace
 
-HttpServer::HttpServer(Settings settings, Answerer answerer)
+HttpServer::HttpServer(Settings settings, Answerer answerer, BodyTaker takes_body)
     : settings_(std::move(settings)), answerer_(std::move(answerer)) {
   set_tcp_nodelay(true);
   set_socket_options(&SetListenerOptions);
@@ -70,10 +70,15 @@ HttpServer::HttpServer(Settings settings, Answerer answerer)
   set_keep_alive_max_count(1000000);
   set_expect_100_continue_handler([](const httplib::Request&, httplib::Response&) { return 417; });
   set_error_handler(Handler(&ExplainError));
-  set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& answer) {
+  set_pre_routing_handler([this, takes_body](const httplib::Request& request,
+                                             httplib::Response& answer) {
+    if (request.method == "POST" && takes_body(request.path)) {
+      return HandlerResponse::Unhandled;  // The library reads the body, then calls what follows.
+    }
     answerer_(request, answer);
     return HandlerResponse::Handled;
   });
+  Post(".*", Handler(answerer_));
 }
 
 bool HttpServer::Start(std::string* error) {
@@ -192,10 +197,13 @@ void HttpServer::Serve(SocketStream* stream) {
     bool understood = false;
     const auto prepare = [&](httplib::Request& request) {
       understood = true;
+      request.target = stream->target();
       // An answer is given whole and as it is: cut into thousands of ranges it would grow without
       // bound, and packing costs more than a loopback saves.
       request.ranges.clear();
       request.headers.erase("Accept-Encoding");
+      // A packed body could unpack to any size.
+      request.headers.erase("Content-Encoding");
       if (HasBody(request)) {
         keep = false;
         request.headers.erase("Connection");

@@ -31,10 +31,12 @@ class HttpServer : private httplib::Server {
     std::chrono::milliseconds transfer_timeout{0};
   };
   /// Makes the answer to one request of any method and path. Runs on the connection's thread, on
-  /// many threads at a time. A request's body is not read.
+  /// many threads at a time. Its target is the address as it came. A request's body is read only
+  /// for a POST to a path that takes one.
   using Answerer = std::function<void(const httplib::Request& request, httplib::Response& answer)>;
+  using BodyTaker = bool (*)(const std::string& path);
 
-  HttpServer(Settings settings, Answerer answerer);
+  HttpServer(Settings settings, Answerer answerer, BodyTaker takes_body);
   ~HttpServer() override = default;
 
   /// False, with one line in `error` (can be null), if the address cannot be listened on.

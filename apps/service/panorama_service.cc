@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "apps/service/answer_cache.h"
+#include "apps/service/deep_health.h"
+#include "apps/service/elevation_doors.h"
 #include "apps/service/http_server.h"
 #include "apps/service/image_tile.h"
 #include "apps/service/panorama_xml.h"
@@ -61,10 +63,12 @@ class PanoramaService::Impl {
  public:
   Impl(const Dataset& dataset, const ServiceOptions& options)
       : dataset_(dataset), options_(options), fault_text_(options.faults.Describe()),
-        cache_(options.cache_bytes),
-        server_({options.host, options.port, options.max_connections, options.keep_alive_s,
-                 std::chrono::milliseconds(options.transfer_timeout_ms)},
-                [this](const Request& request, Response& answer) { Serve(request, &answer); }) {}
+        cache_(options.cache_bytes), elevation_(dataset, options.elevation_key),
+        server_(
+            {options.host, options.port, options.max_connections, options.keep_alive_s,
+             std::chrono::milliseconds(options.transfer_timeout_ms)},
+            [this](const Request& request, Response& answer) { Serve(request, &answer); },
+            &ElevationDoors::TakesBody) {}
 
   bool Start(std::string* error) { return server_.Start(error); }
   void Stop() {
@@ -83,10 +87,13 @@ class PanoramaService::Impl {
  private:
   void Serve(const Request& request, Response* answer);
   void ServePlk(const Request& request, Response* answer);
-  void ServeHealth(Response* answer) const;
+  void ServeElevation(const Request& request, Response* answer);
+  void ServeHealth(const Request& request, Response* answer) const;
   void ServeVersion(Response* answer) const;
 
   FaultDecision DecideFaults(const Request& request);
+  // Waits as the decision says. True if the answer is a failure, and set.
+  bool FailOnRequest(const FaultDecision& decision, Response* answer);
   void SendDamaged(const FaultDecision& decision, const SharedAnswer& finished, Response* answer);
 
   // The answer to one query; null if `answer` holds an error instead.
@@ -106,6 +113,7 @@ class PanoramaService::Impl {
   const ServiceOptions options_;
   const std::string fault_text_;
   AnswerCache cache_;
+  const ElevationDoors elevation_;
 
   mutable std::mutex mutex_;  // Guards the two members below; held while server_'s is taken.
   ServiceStatistics statistics_;
@@ -149,22 +157,54 @@ void PanoramaService::Impl::Serve(const Request& request, Response* answer) {
   Count(&ServiceStatistics::requests);
   if (!fault_text_.empty())
     answer->set_header(kFaultHeader, fault_text_);
-  if (request.method != "GET" && request.method != "HEAD") {
-    answer->set_header("Allow", "GET, HEAD");
+  const bool may_post = ElevationDoors::TakesBody(request.path);
+  if (request.method != "GET" && request.method != "HEAD" &&
+      !(may_post && request.method == "POST")) {
+    answer->set_header("Allow", may_post ? "GET, HEAD, POST" : "GET, HEAD");
     RefuseRequest(405, "only GET and HEAD are answered here", answer);
+  } else if (ElevationDoors::Owns(request.path)) {
+    ServeElevation(request, answer);
   } else if (request.path == "/plk") {
     ServePlk(request, answer);
   } else if (request.path == "/health") {
-    ServeHealth(answer);
+    ServeHealth(request, answer);
   } else if (request.path == "/version") {
     ServeVersion(answer);
   } else {
-    RefuseRequest(404, "there is nothing here; try /plk, /health or /version", answer);
+    RefuseRequest(404, "there is nothing here; try /plk, /v1/heights, /health or /version", answer);
   }
 }
 
-void PanoramaService::Impl::ServeHealth(Response* answer) const {
+void PanoramaService::Impl::ServeElevation(const Request& request, Response* answer) {
+  Count(&ServiceStatistics::elevations);
+  const FaultDecision decision = DecideFaults(request);
+  if (FailOnRequest(decision, answer))
+    return;
+  const ElevationDoors::Reply reply = elevation_.Serve(request);
+  answer->status = reply.status;
+  if (reply.status >= 400) {
+    Count(reply.status < 500 ? &ServiceStatistics::bad_requests : &ServiceStatistics::data_errors);
+    return answer->set_content(reply.body, kJson);
+  }
+  Count(&ServiceStatistics::heights, reply.heights);
+  if (decision.damage == FaultDecision::Damage::kNone)
+    return answer->set_content(reply.body, kJson);
+  auto finished = std::make_shared<FinishedAnswer>();
+  finished->body = reply.body;
+  finished->content_type = kJson;
+  SendDamaged(decision, finished, answer);
+}
+
+void PanoramaService::Impl::ServeHealth(const Request& request, Response* answer) const {
   nlohmann::json health = {{"status", "ok"}, {"panoramas", dataset_.counts().panoramas}};
+  if (request.has_param("deep") && request.get_param_value("deep") == "1") {
+    const DeepHealth deep = LookDeeply(dataset_);
+    health["deep"] = {{"panoramas", deep.panoramas}, {"heights", deep.heights}};
+    if (!deep.well()) {
+      health["status"] = "failed";
+      answer->status = 503;
+    }
+  }
   if (!fault_text_.empty())
     health["faults"] = fault_text_;
   SetJson(health, answer);
@@ -187,15 +227,8 @@ void PanoramaService::Impl::ServePlk(const Request& request, Response* answer) {
   CountQuery(query.kind);
 
   const FaultDecision decision = DecideFaults(request);
-  if (decision.delay.count() > 0)
-    server_.SleepUnlessStopped(decision.delay);
-  if (decision.fail_status != 0) {
-    Count(&ServiceStatistics::failed);
-    if (decision.retry_after_s >= 0) {
-      answer->set_header("Retry-After", std::to_string(decision.retry_after_s));
-    }
-    return SetLine(decision.fail_status, "failed on request", answer);
-  }
+  if (FailOnRequest(decision, answer))
+    return;
   if (query.kind == PlkRequest::Kind::kUsageReport)
     return SetLine(200, "counted", answer);
 
@@ -213,6 +246,18 @@ void PanoramaService::Impl::ServePlk(const Request& request, Response* answer) {
     return SendDamaged(decision, finished, answer);
   }
   answer->set_content(finished->body, finished->content_type);
+}
+
+bool PanoramaService::Impl::FailOnRequest(const FaultDecision& decision, Response* answer) {
+  if (decision.delay.count() > 0)
+    server_.SleepUnlessStopped(decision.delay);
+  if (decision.fail_status == 0)
+    return false;
+  Count(&ServiceStatistics::failed);
+  if (decision.retry_after_s >= 0)
+    answer->set_header("Retry-After", std::to_string(decision.retry_after_s));
+  SetLine(decision.fail_status, "failed on request", answer);
+  return true;
 }
 
 FaultDecision PanoramaService::Impl::DecideFaults(const Request& request) {

@@ -8,6 +8,7 @@
 
 #include "apps/dataset/dataset.h"
 #include "apps/service/fault_plan.h"
+#include "apps/service/request_signature.h"
 
 namespace pelorin {
 
@@ -30,6 +31,8 @@ struct ServiceOptions {
   /// Panoramas in the answer to one tile; a tile with more is refused with 400, since a client
   /// would take a cut list for the whole tile.
   std::size_t tile_limit = 20000;
+  /// The key that requests for heights are signed with.
+  std::string elevation_key = kDevelopmentElevationKey;
   /// Bytes of finished answers that are kept for the next one who asks; 0 keeps none.
   std::size_t cache_bytes = std::size_t{64} << 20;
 };
@@ -46,6 +49,8 @@ struct ServiceStatistics {
   std::uint64_t depth_maps = 0;        ///< Answers with a depth map.
   std::uint64_t pano_maps = 0;         ///< Answers with a pano map.
   std::uint64_t panoramas = 0;         ///< In all answers together.
+  std::uint64_t elevations = 0;        ///< Requests for heights, on both paths, well-formed or not.
+  std::uint64_t heights = 0;           ///< In all answers together.
   std::uint64_t bad_requests = 0;      ///< Answered with 400 to 499, other than by a fault.
   std::uint64_t data_errors = 0;       ///< Answered with 500, since the dataset could not be read.
   std::uint64_t delayed = 0;           ///< Faults, by kind; an answer can count as delayed, as
@@ -66,8 +71,9 @@ struct ServiceStatistics {
 /// position the answer is the panorama itself, as the root of the document; by tile, and where
 /// nothing is there, it is a list, which can be empty. `output=tile&panoid=&zoom=&x=&y=`
 /// is a tile of a panorama's image (see `DrawImageTile`); `output=plrep` counts a usage report.
-/// `/health` and
-/// `/version` answer in JSON. Anything else is refused with a status and one line of text. While a
+/// `/elevation/json` and `/v1/<set>` answer with heights (elevation_doors.h). `/health` and
+/// `/version` answer in JSON; `/health?deep=1` also reads from every part of the dataset, and is
+/// 503 if one cannot be read. Anything else is refused with a status and one line of text. While a
 /// fault plan is in force every answer says so in the header `X-Pelorin-Faults`.
 ///
 /// Owned by whoever started it. The dataset stays with the caller and must outlive the service. All

@@ -46,6 +46,18 @@ bool SocketStream::WaitForRequest(std::chrono::milliseconds time) {
 void SocketStream::BeginRequest() {
   request_deadline_ = Clock::now() + timeout_;
   request_bytes_left_ = kMaxRequestBytes;
+  request_line_.clear();
+  in_request_line_ = true;
+  has_query_ = false;
+  escape_ = "";
+}
+
+std::string SocketStream::target() const {
+  const std::size_t from = request_line_.find(' ');
+  const std::size_t to = request_line_.find(' ', from + 1);
+  return from == std::string::npos || to == std::string::npos
+             ? std::string()
+             : request_line_.substr(from + 1, to - from - 1);
 }
 
 // Only called with an empty input buffer.
@@ -71,11 +83,30 @@ bool SocketStream::Fill(Clock::time_point deadline) {
   }
 }
 
+// One byte, as the library asks for them while it looks for the end of a line.
+std::size_t SocketStream::ReadRequestLine(char* data) {
+  const char c = input_[input_begin_++];
+  --request_bytes_left_;
+  request_line_.push_back(c);
+  in_request_line_ = c != '\n';
+  const bool escape = c == '?' && has_query_;
+  has_query_ = has_query_ || c == '?';
+  escape_ = escape ? "3F" : "";
+  *data = escape ? '%' : c;
+  return 1;
+}
+
 ssize_t SocketStream::read(char* data, size_t size) {
+  if (*escape_ != '\0' && size > 0) {
+    *data = *escape_++;
+    return 1;
+  }
   if (request_bytes_left_ == 0)
     return -1;
   if (input_begin_ == input_end_ && !Fill(request_deadline_))
     return ended_ ? 0 : -1;
+  if (in_request_line_ && size > 0)
+    return static_cast<ssize_t>(ReadRequestLine(data));
   const std::size_t count = std::min({size, input_end_ - input_begin_, request_bytes_left_});
   std::memcpy(data, input_ + input_begin_, count);
   input_begin_ += count;

@@ -35,7 +35,12 @@ class SocketStream : public httplib::Stream {
   /// closing at once would let the system discard the last answer.
   void Linger();
 
-  /// 1 or more bytes, 0 at the end, -1 on failure, timeout and excess.
+  /// The address in the first line of the request, as it came.
+  std::string target() const;
+
+  /// 1 or more bytes, 0 at the end, -1 on failure, timeout and excess. In the address of a request
+  /// every question mark behind the first one is given as "%3F": both mean the same there, and the
+  /// library takes no bare one.
   ssize_t read(char* data, size_t size) override;
   /// `size`, or -1 on failure and timeout.
   ssize_t write(const char* data, size_t size) override;
@@ -51,6 +56,7 @@ class SocketStream : public httplib::Stream {
   using Clock = std::chrono::steady_clock;
 
   bool Fill(Clock::time_point deadline);
+  std::size_t ReadRequestLine(char* data);
   bool SendAll(const char* data, std::size_t size);
 
   const socket_t socket_;
@@ -60,7 +66,11 @@ class SocketStream : public httplib::Stream {
   std::size_t input_end_ = 0;
   std::size_t request_bytes_left_ = kMaxRequestBytes;
   Clock::time_point request_deadline_;
-  std::string output_;  // Held back, to leave together with what follows.
+  std::string request_line_;  // What has come of it.
+  bool in_request_line_ = false;
+  bool has_query_ = false;
+  const char* escape_ = "";  // What is left to give of a "%3F".
+  std::string output_;       // Held back, to leave together with what follows.
   bool ended_ = false;
 };
 
