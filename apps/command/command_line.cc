@@ -36,6 +36,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddStratumVerb(app, session);
   AddJpegDateVerb(app, session);
   AddBuildingVerb(app, session);
+  AddElevationVerb(app, session);
   AddHelpVerbs(app, session);
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     verb->fallthrough();

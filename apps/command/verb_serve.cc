@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "apps/command/elevation/height_source.h"
 #include "apps/command/fault_flags.h"
 #include "apps/command/output_file.h"
 #include "apps/command/pano_source.h"
@@ -19,6 +20,7 @@ struct ServeFlags {
   std::string dataset;
   std::string address = "127.0.0.1";
   int port = 0;
+  std::string key_file;
   FaultFlags faults;
 };
 
@@ -31,6 +33,7 @@ std::string ReadyLine(const PanoramaService& service, const Dataset& dataset,
   line["url"] = service.url();
   line["dataset"] = dataset.info().name;
   line["panoramas"] = dataset.counts().panoramas;
+  line["height_grids"] = dataset.counts().height_grids;
   line["misbehaviour"] = options.faults.Describe();
   return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
@@ -47,6 +50,11 @@ Outcome Serve(const ServeFlags& flags, const Session& session) {
   options.port = flags.port;
   if (Outcome outcome = MakeFaultPlan(flags.faults, &options.faults); !outcome.ok()) {
     return outcome;
+  }
+  if (!flags.key_file.empty()) {
+    if (Outcome outcome = ReadKeyFile(flags.key_file, &options.elevation_key); !outcome.ok()) {
+      return outcome;
+    }
   }
   std::unique_ptr<Dataset> dataset;
   if (Outcome outcome = OpenDataset(flags.dataset, &dataset); !outcome.ok()) {
@@ -78,7 +86,7 @@ Outcome Serve(const ServeFlags& flags, const Session& session) {
 
 void AddServeVerb(CLI::App& app, Session& session) {
   const auto flags = std::make_shared<ServeFlags>();
-  CLI::App* const verb = app.add_subcommand("serve", "Run the panorama service");
+  CLI::App* const verb = app.add_subcommand("serve", "Run the panorama and elevation service");
   verb->add_option("--dataset", flags->dataset,
                    "Dataset made by 'pelorin import', or 'town' for the one that is compiled in "
                    "(the default)")
@@ -88,6 +96,9 @@ void AddServeVerb(CLI::App& app, Session& session) {
   verb->add_option("--port", flags->port, "Port to listen on; 0, the default, takes a free one")
       ->type_name("N")
       ->check(CLI::Range(0, 65535).description(""));
+  verb->add_option("--key", flags->key_file,
+                   "File with the key that requests for heights are signed with")
+      ->type_name("FILE");
   AddFaultFlags(*verb, &flags->faults);
   verb->footer("Prints one line of JSON with address, port and url once it takes connections, and "
                "runs\nuntil SIGTERM (exit code 0) or SIGINT (130).\n\n"

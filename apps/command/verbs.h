@@ -22,6 +22,7 @@ void AddUtmVerb(CLI::App& app, Session& session);
 void AddStratumVerb(CLI::App& app, Session& session);
 void AddJpegDateVerb(CLI::App& app, Session& session);
 void AddBuildingVerb(CLI::App& app, Session& session);
+void AddElevationVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.
 void AddHelpVerbs(CLI::App& app, Session& session);
 

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "apps/command/coordinates.h"
+#include "apps/command/elevation/gpx_track.h"
+#include "apps/command/elevation/height_source.h"
+#include "apps/command/elevation/profile.h"
+#include "apps/command/elevation/profile_chart.h"
+#include "apps/command/output_file.h"
+#include "apps/command/verbs.h"
+#include "apps/service/number_text.h"
+
+namespace pelorin {
+namespace command {
+namespace {
+
+struct ElevationFlags {
+  HeightSourceFlags source;
+  std::vector<std::string> places;
+  std::string input;
+  std::string track;
+  std::string format;
+  std::string output = "-";
+  std::string chart;
+  bool overwrite = false;
+  bool json = false;
+};
+
+/// One row of a list: a place, or what is wrong with it.
+struct Row {
+  std::string text;
+  LatLng place;
+  Outcome outcome = Outcome::Done();
+};
+
+/// `-f` decides, then `--json`, then the name of the file, then it is text.
+Outcome ChooseFormat(const ElevationFlags& flags, std::string* format) {
+  const std::string ending = std::filesystem::path(flags.output).extension().string();
+  const bool is_track = !flags.track.empty();
+  if (!flags.format.empty()) {
+    *format = flags.format;
+  } else if (flags.json) {
+    *format = "json";
+  } else if (flags.output == "-" || ending == ".txt" || ending.empty()) {
+    *format = "text";
+  } else {
+    *format = ending == ".htm" ? "html" : ending.substr(1);
+  }
+  const bool drawn = *format == "gpx" || *format == "svg" || *format == "html";
+  if (*format != "text" && *format != "json" && *format != "csv" && !drawn) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "no format is known by the ending " + ending,
+                         flags.output, "give -f text, json, csv, gpx, svg or html");
+  }
+  if (drawn && !is_track) {
+    return Outcome::Fail(ExitCode::kWrongUsage, *format + " is made of a track only", "",
+                         "give --track");
+  }
+  return Outcome::Done();
+}
+
+Outcome CheckChart(const ElevationFlags& flags) {
+  if (flags.chart.empty()) {
+    return Outcome::Done();
+  }
+  const std::string ending = std::filesystem::path(flags.chart).extension().string();
+  if (flags.track.empty() || (ending != ".svg" && ending != ".html")) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "a chart is an .svg or .html file made of a track",
+                         "--chart");
+  }
+  return CheckMayWrite(flags.chart, flags.overwrite);
+}
+
+Outcome CheckFlags(const ElevationFlags& flags, std::string* format) {
+  const int sources = (flags.places.empty() ? 0 : 1) + (flags.input.empty() ? 0 : 1) +
+                      (flags.track.empty() ? 0 : 1);
+  if (sources != 1) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "give places, or --input, or --track", "",
+                         "see 'pelorin elevation --help'");
+  }
+  if (Outcome outcome = ChooseFormat(flags, format); !outcome.ok()) {
+    return outcome;
+  }
+  if (Outcome outcome = CheckChart(flags); !outcome.ok()) {
+    return outcome;
+  }
+  return CheckMayWrite(flags.output, flags.overwrite);
+}
+
+Outcome FetchHeights(const HeightSource& source, const std::vector<LatLng>& places,
+                     const Session& session, std::vector<double>* heights) {
+  Progress progress = session.NewProgress("heights");
+  const Outcome outcome = source.Fetch(places, heights, [&](std::size_t done) {
+    progress.Update(static_cast<std::int64_t>(done), static_cast<std::int64_t>(places.size()));
+  });
+  progress.Finish();
+  return outcome;
+}
+
+Outcome Fetched(const ElevationFlags& flags, const std::vector<LatLng>& places,
+                const Session& session, std::vector<double>* heights) {
+  HeightSource source;
+  if (Outcome outcome = source.Open(flags.source, session); !outcome.ok()) {
+    return outcome;
+  }
+  const std::size_t unknown = source.CountUnknown(places);
+  if (unknown > 0 && unknown == places.size()) {
+    return Outcome::Fail(ExitCode::kNothingFound, "no heights are known at any of these places", "",
+                         "give a --dataset whose heights lie there");
+  }
+  if (unknown > 0) {
+    session.Tell("pelorin elevation: no heights are known at " + std::to_string(unknown) + " of " +
+                 std::to_string(places.size()) + " places; they are given as sea level");
+  }
+  return FetchHeights(source, places, session, heights);
+}
+
+Row RowOf(const std::string& text, const std::string& where) {
+  Row row;
+  row.text = text.substr(0, text.find_last_not_of(" \t\r") + 1);
+  row.outcome = ParseLatLng(row.text, where, &row.place);
+  return row;
+}
+
+Outcome ReadRows(const ElevationFlags& flags, std::vector<Row>* rows) {
+  for (const std::string& place : flags.places) {
+    rows->push_back(RowOf(place, ""));
+    if (!rows->back().outcome.ok()) {
+      return rows->back().outcome;
+    }
+  }
+  if (flags.input.empty()) {
+    return Outcome::Done();
+  }
+  std::ifstream file;
+  if (flags.input != "-") {
+    file.open(flags.input);
+    if (!file) {
+      return Outcome::Fail(ExitCode::kDataError, "cannot be read", flags.input);
+    }
+  }
+  std::istream& lines = flags.input == "-" ? std::cin : file;
+  const std::string name = flags.input == "-" ? "standard input" : flags.input;
+  for (std::string line; std::getline(lines, line);) {
+    rows->push_back(RowOf(line, name + ", line " + std::to_string(rows->size() + 1)));
+  }
+  return Outcome::Done();
+}
+
+std::string RowsText(const std::vector<Row>& rows, const std::vector<double>& heights) {
+  std::string text;
+  std::size_t next = 0;
+  for (const Row& row : rows) {
+    text += row.text + "\t";
+    text +=
+        row.outcome.ok() ? ShortestText(std::round(heights[next++] * 100.0) / 100.0 + 0.0) : "?";
+    text += "\n";
+  }
+  return text;
+}
+
+// One row for each row of the input: a bad one has no height.
+std::string RowsCsv(const std::vector<Row>& rows, const std::vector<double>& heights) {
+  std::string text = "lat,lng,height_m\n";
+  std::size_t next = 0;
+  for (const Row& row : rows) {
+    text += row.outcome.ok()
+                ? LatLngText(row.place) + "," +
+                      ShortestText(std::round(heights[next++] * 100.0) / 100.0 + 0.0) + "\n"
+                : ",,\n";
+  }
+  return text;
+}
+
+Outcome AnswerRows(const ElevationFlags& flags, const std::string& format, const Session& session) {
+  std::vector<Row> rows;
+  if (Outcome outcome = ReadRows(flags, &rows); !outcome.ok()) {
+    return outcome;
+  }
+  Profile profile;
+  std::vector<LatLng> places;
+  std::size_t bad = 0;
+  for (const Row& row : rows) {
+    if (row.outcome.ok()) {
+      places.push_back(row.place);
+    } else {
+      ++bad;
+      session.Tell("pelorin elevation: " + row.outcome.Line());
+    }
+  }
+  std::vector<double> heights;
+  if (Outcome outcome = Fetched(flags, places, session, &heights); !outcome.ok()) {
+    return outcome;
+  }
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    profile.points.push_back({places[i], heights[i], {}, 0, 0.0});
+  }
+  const std::string text = format == "json"  ? ProfileJson(profile, false)
+                           : format == "csv" ? RowsCsv(rows, heights)
+                                             : RowsText(rows, heights);
+  if (Outcome outcome = WriteOutput(flags.output, flags.overwrite, text); !outcome.ok()) {
+    return outcome;
+  }
+  return bad == 0 ? Outcome::Done()
+                  : Outcome::Fail(ExitCode::kDataError, std::to_string(bad) + " of " +
+                                                            std::to_string(rows.size()) +
+                                                            " rows have no place that can be read");
+}
+
+// The tracks and routes of a file; waypoints lie beside them.
+Profile ProfileOf(const ElevationFlags& flags, const GpxTrack& track,
+                  const std::vector<double>& heights) {
+  Profile profile;
+  profile.title =
+      track.name().empty() ? std::filesystem::path(flags.track).stem().string() : track.name();
+  for (std::size_t i = 0; i < heights.size(); ++i) {
+    const GpxTrack::Point& point = track.points()[i];
+    if (point.line >= 0) {
+      profile.points.push_back({point.place, heights[i], point.recorded_m, point.line, 0.0});
+    }
+  }
+  Measure(&profile);
+  return profile;
+}
+
+std::string InFormat(const std::string& format, const Profile& profile, GpxTrack* track,
+                     const std::vector<double>& heights) {
+  if (format == "gpx") {
+    return track->WithHeights(heights);
+  }
+  if (format == "svg") {
+    return ProfileSvg(profile);
+  }
+  if (format == "html") {
+    return ProfileHtml(profile);
+  }
+  if (format == "csv") {
+    return ProfileCsv(profile, true);
+  }
+  return format == "json" ? ProfileJson(profile, true) : ProfileText(profile);
+}
+
+Outcome AnswerTrack(const ElevationFlags& flags, const std::string& format,
+                    const Session& session) {
+  GpxTrack track;
+  if (Outcome outcome = track.Open(flags.track); !outcome.ok()) {
+    return outcome;
+  }
+  std::vector<LatLng> places;
+  bool any_line = false;
+  for (const GpxTrack::Point& point : track.points()) {
+    places.push_back(point.place);
+    any_line = any_line || point.line >= 0;
+  }
+  if (!any_line) {
+    return Outcome::Fail(ExitCode::kNothingFound, "there is neither track nor route in it",
+                         flags.track);
+  }
+  std::vector<double> heights;
+  if (Outcome outcome = Fetched(flags, places, session, &heights); !outcome.ok()) {
+    return outcome;
+  }
+  const Profile profile = ProfileOf(flags, track, heights);
+  if (!flags.chart.empty()) {
+    const bool page = std::filesystem::path(flags.chart).extension() == ".html";
+    if (Outcome outcome = WriteOutput(flags.chart, flags.overwrite,
+                                      page ? ProfileHtml(profile) : ProfileSvg(profile));
+        !outcome.ok()) {
+      return outcome;
+    }
+  }
+  return WriteOutput(flags.output, flags.overwrite, InFormat(format, profile, &track, heights));
+}
+
+Outcome Elevation(const ElevationFlags& flags, const Session& session) {
+  std::string format;
+  if (Outcome outcome = CheckFlags(flags, &format); !outcome.ok()) {
+    return outcome;
+  }
+  return flags.track.empty() ? AnswerRows(flags, format, session)
+                             : AnswerTrack(flags, format, session);
+}
+
+}  // namespace
+
+void AddElevationVerb(CLI::App& app, Session& session) {
+  const auto flags = std::make_shared<ElevationFlags>();
+  CLI::App* const verb =
+      app.add_subcommand("elevation", "Find the heights of places or of a track");
+  verb->add_option("place", flags->places, "Places in degrees")->type_name("LAT,LNG");
+  verb->add_option("-i,--input", flags->input,
+                   "File with a place lat,lng in each line; '-' for standard input")
+      ->type_name("FILE");
+  verb->add_option("--track", flags->track, "GPX file whose profile is wanted")->type_name("FILE");
+  verb->add_option("--chart", flags->chart,
+                   "Profile of the track to draw, as .svg or as a page .html")
+      ->type_name("FILE");
+  AddHeightSourceFlags(*verb, &flags->source);
+  verb->add_option("-f,--format", flags->format,
+                   "How it is told; from the file's name otherwise. A GPX file is the track with "
+                   "its heights replaced")
+      ->check(CLI::IsMember({"text", "json", "csv", "gpx", "svg", "html"}));
+  verb->add_flag("--json", flags->json, "The same as -f json");
+  verb->add_option("-o,--output", flags->output,
+                   "File to write; '-', the default, for the terminal")
+      ->type_name("FILE");
+  verb->add_flag("--overwrite", flags->overwrite, "Replace files that are there");
+  verb->footer(
+      "Example: pelorin elevation --track walk.gpx --dataset alps.sqlite --chart walk.html");
+  verb->callback([flags, &session] { session.outcome = Elevation(*flags, session); });
+}
+
+}  // namespace command
+}  // namespace pelorin
