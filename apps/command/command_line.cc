@@ -37,6 +37,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddJpegDateVerb(app, session);
   AddBuildingVerb(app, session);
   AddElevationVerb(app, session);
+  AddMeshVerb(app, session);
   AddHelpVerbs(app, session);
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     verb->fallthrough();

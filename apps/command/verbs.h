@@ -23,6 +23,7 @@ void AddStratumVerb(CLI::App& app, Session& session);
 void AddJpegDateVerb(CLI::App& app, Session& session);
 void AddBuildingVerb(CLI::App& app, Session& session);
 void AddElevationVerb(CLI::App& app, Session& session);
+void AddMeshVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.
 void AddHelpVerbs(CLI::App& app, Session& session);
 

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "apps/mesh/obj_reader.h"
+
+#define TINYOBJLOADER_USE_DOUBLE
+#include <tiny_obj_loader.h>
+
+#include <cstddef>
+#include <sstream>
+#include <vector>
+
+#include "apps/mesh/mesh_builder.h"
+
+namespace pelorin {
+namespace mesh {
+namespace {
+
+using geometry3d::Shape;
+
+geometry3d::Vector3<float> Color(const double (&color)[3]) {
+  return {static_cast<float>(color[0]), static_cast<float>(color[1]), static_cast<float>(color[2])};
+}
+
+void TakeMaterials(const std::vector<tinyobj::material_t>& from, Shape* shape) {
+  for (const tinyobj::material_t& source : from) {
+    geometry3d::Material* const material = shape->AddNewMaterial();
+    material->set_ambient_color(Color(source.ambient));
+    material->set_diffuse_color(Color(source.diffuse));
+    material->set_specular_color(Color(source.specular));
+    material->set_emissive_color(Color(source.emission));
+    material->set_transparent_color(Color(source.transmittance));
+    material->set_shininess(static_cast<float>(source.shininess));
+    material->set_transparency(static_cast<float>(1.0 - source.dissolve));
+    material->set_texture_uri(source.diffuse_texname);
+  }
+}
+
+void TakePools(const tinyobj::attrib_t& attributes, Shape* shape) {
+  const std::vector<double>& v = attributes.vertices;
+  for (std::size_t i = 0; i + 2 < v.size(); i += 3) {
+    shape->mutable_points()->emplace_back(v[i], v[i + 1], v[i + 2]);
+  }
+  const std::vector<double>& n = attributes.normals;
+  for (std::size_t i = 0; i + 2 < n.size(); i += 3) {
+    shape->mutable_normals()->emplace_back(static_cast<float>(n[i]), static_cast<float>(n[i + 1]),
+                                           static_cast<float>(n[i + 2]));
+  }
+  const std::vector<double>& t = attributes.texcoords;
+  for (std::size_t i = 0; i + 1 < t.size(); i += 2) {
+    shape->mutable_tex_coords()->emplace_back(static_cast<float>(t[i]),
+                                              static_cast<float>(t[i + 1]));
+  }
+}
+
+bool Names(int index, std::size_t pool_size) {
+  return index >= 0 && static_cast<std::size_t>(index) < pool_size;
+}
+
+// Hands faces and lines on, as long as what they name is there.
+class FaceTaker {
+ public:
+  FaceTaker(Shape* shape, std::string* error) : shape_(*shape), builder_(shape), error_(error) {}
+
+  bool Take(const tinyobj::shape_t& part) {
+    std::size_t at = 0;
+    for (std::size_t face = 0; face < part.mesh.num_face_vertices.size(); ++face) {
+      const std::size_t size = part.mesh.num_face_vertices[face];
+      const int material = face < part.mesh.material_ids.size() ? part.mesh.material_ids[face] : -1;
+      if (!TakeFace(part.mesh.indices, at, size, material)) {
+        return false;
+      }
+      at += size;
+    }
+    at = 0;
+    for (const int size : part.lines.num_line_vertices) {
+      for (int i = 1; i < size; ++i, ++at) {
+        if (!TakeFace(part.lines.indices, at, 2, -1)) {
+          return false;
+        }
+      }
+      ++at;
+    }
+    return true;
+  }
+
+  bool Finish() {
+    if (shape_.index_sets().empty()) {
+      *error_ = "there is no face in it";
+      return false;
+    }
+    builder_.Finish();
+    return true;
+  }
+
+ private:
+  bool TakeFace(const std::vector<tinyobj::index_t>& indices, std::size_t at, std::size_t size,
+                int material) {
+    corners_.clear();
+    ++count_;
+    for (std::size_t i = at; i < at + size && i < indices.size(); ++i) {
+      const Corner corner{indices[i].vertex_index, indices[i].normal_index,
+                          indices[i].texcoord_index};
+      if (!Names(corner.point, shape_.points().size()) ||
+          (corner.normal != -1 && !Names(corner.normal, shape_.normals().size())) ||
+          (corner.tex_coord != -1 && !Names(corner.tex_coord, shape_.tex_coords().size()))) {
+        *error_ = "face " + std::to_string(count_) + " names a vertex that is not there";
+        return false;
+      }
+      corners_.push_back(corner);
+    }
+    const bool known = Names(material, shape_.materials().size());
+    builder_.AddFace(known ? material : -1, corners_);
+    return true;
+  }
+
+  Shape& shape_;
+  MeshBuilder builder_;
+  std::string* error_;
+  std::vector<Corner> corners_;
+  std::size_t count_ = 0;
+};
+
+std::string FirstLine(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
+}  // namespace
+
+bool ReadObj(const std::string& text, const std::string& folder, Shape* shape, std::string* error) {
+  tinyobj::attrib_t attributes;
+  std::vector<tinyobj::shape_t> parts;
+  std::vector<tinyobj::material_t> materials;
+  std::string warning;
+  std::string fault;
+  std::istringstream stream(text);
+  tinyobj::MaterialFileReader libraries(folder);
+  const bool read = tinyobj::LoadObj(&attributes, &parts, &materials, &warning, &fault, &stream,
+                                     &libraries, /*triangulate=*/false);
+  if (!read) {
+    *error = fault.empty() ? "it cannot be read as OBJ" : FirstLine(fault);
+    return false;
+  }
+  TakeMaterials(materials, shape);
+  TakePools(attributes, shape);
+  FaceTaker faces(shape, error);
+  for (const tinyobj::shape_t& part : parts) {
+    if (!faces.Take(part)) {
+      return false;
+    }
+  }
+  return faces.Finish();
+}
+
+}  // namespace mesh
+}  // namespace pelorin

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "apps/mesh/obj_reader.h"
+#include "apps/mesh/obj_writer.h"
+#include "tests/apps/mesh/sample_meshes.h"
+
+namespace pelorin {
+namespace mesh {
+namespace {
+
+using geometry3d::IndexSet;
+using geometry3d::Shape;
+using Indices = std::vector<int>;
+
+bool Read(const std::string& text, Shape* shape, std::string* error) {
+  return ReadObj(text, "no-such-folder/", shape, error);
+}
+
+constexpr char kPools[] = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0.5 2 0\n"
+                          "vt 0 0\nvt 1 1\nvn 0 0 1\nvn 0 1 0\n";
+
+TEST(Obj, KeepsTheThreeIndexArraysApart) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(Read(std::string(kPools) + "f 1/2/1 2/1/2 3/2/1\n", &shape, &error)) << error;
+  EXPECT_EQ(shape.points().size(), 5u);
+  ASSERT_EQ(shape.index_sets().size(), 1u);
+  EXPECT_EQ(shape.index_sets()[0]->point_indices(), Indices({0, 1, 2}));
+  EXPECT_EQ(shape.index_sets()[0]->tex_coord_indices(), Indices({1, 0, 1}));
+  EXPECT_EQ(shape.index_sets()[0]->normal_indices(), Indices({0, 1, 0}));
+}
+
+TEST(Obj, SortsFacesByTheirCornersAndArrays) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(Read(std::string(kPools) + "f 1 2 3\nf 1 2 3 4\nf 1 2 3 5 4\nf 1//1 2//1 3//1\n"
+                                         "f 4 3 1\nf 5 4 3 2 1\nl 1 2 3\n",
+                   &shape, &error))
+      << error;
+  ASSERT_EQ(shape.index_sets().size(), 5u);
+  EXPECT_EQ(shape.index_sets()[0]->point_indices(), Indices({0, 1, 2, 3, 2, 0}));
+  EXPECT_EQ(shape.index_sets()[1]->format(), IndexSet::kQuads);
+  EXPECT_EQ(shape.index_sets()[2]->format(), IndexSet::kPolygons);
+  EXPECT_EQ(shape.index_sets()[2]->point_indices(), Indices({0, 1, 2, 4, 3, -1, 4, 3, 2, 1, 0}));
+  EXPECT_EQ(shape.index_sets()[3]->normal_indices(), Indices({0, 0, 0}));
+  EXPECT_EQ(shape.index_sets()[4]->format(), IndexSet::kLines);
+  EXPECT_EQ(shape.index_sets()[4]->point_indices(), Indices({0, 1, 1, 2}));
+  EXPECT_TRUE(shape.Validate(&error)) << error;
+}
+
+TEST(Obj, KeepsLargeCoordinates) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(Read("v 85012.343 447455.577 0.88\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", &shape, &error));
+  EXPECT_NEAR(shape.points()[0].y, 447455.577, 1e-9);
+}
+
+TEST(Obj, RefusesFacesThatNameWhatIsNotThere) {
+  for (const char* face : {"f 1 2 9", "f 1/7 2/1 3/1", "f 1//1 2//1 3//9", "f 1 2 -9", "l 1 99"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_FALSE(Read(std::string(kPools) + face + "\n", &shape, &error)) << face;
+    EXPECT_FALSE(error.empty()) << face;
+  }
+}
+
+TEST(Obj, RefusesTextWithoutFaces) {
+  for (const char* text : {"", "hello\n", "v 0 0 0\nv 1 1 1\n"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_FALSE(Read(text, &shape, &error)) << text;
+    EXPECT_EQ(error, "there is no face in it") << text;
+  }
+}
+
+TEST(Obj, LeavesFacesPlainWhereTheirLibraryIsMissing) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(
+      Read("mtllib gone.mtl\nusemtl red\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", &shape, &error))
+      << error;
+  EXPECT_EQ(shape.index_sets()[0]->material_index(), -1);
+}
+
+TEST(Obj, ComesBackFromItsText) {
+  Shape sheet;
+  test_support::FillSheet(5, &sheet);
+  Shape again;
+  std::string error;
+  ASSERT_TRUE(Read(ObjText(sheet, ""), &again, &error)) << error;
+  EXPECT_EQ(again.normals(), sheet.normals());
+  EXPECT_EQ(again.tex_coords(), sheet.tex_coords());
+  ASSERT_EQ(again.points().size(), sheet.points().size());
+  for (std::size_t i = 0; i < sheet.points().size(); ++i) {
+    // The reader's own conversion may miss the last bit.
+    EXPECT_NEAR(again.points()[i].x, sheet.points()[i].x, 1e-14);
+    EXPECT_NEAR(again.points()[i].z, sheet.points()[i].z, 1e-14);
+  }
+  ASSERT_EQ(again.index_sets().size(), 1u);
+  EXPECT_EQ(again.index_sets()[0]->point_indices(), sheet.index_sets()[0]->point_indices());
+  EXPECT_EQ(again.index_sets()[0]->tex_coord_indices(), sheet.index_sets()[0]->tex_coord_indices());
+}
+
+TEST(Obj, WritesStripsAsTrianglesAndKeepsPolygons) {
+  Shape shape;
+  shape.mutable_points()->resize(5);
+  IndexSet* const strip = shape.AddNewIndexSet();
+  strip->set_format(IndexSet::kTriangleStrip);
+  *strip->mutable_point_indices() = {0, 1, 2, 3};
+  IndexSet* const polygon = shape.AddNewIndexSet();
+  polygon->set_format(IndexSet::kPolygons);
+  *polygon->mutable_point_indices() = {0, 1, 2, 3, 4};
+  const std::string text = ObjText(shape, "x.mtl");
+  EXPECT_EQ(text.rfind("mtllib x.mtl\n", 0), 0u);
+  EXPECT_NE(text.find("f 1 2 3\nf 3 2 4\nf 1 2 3 4 5\n"), std::string::npos) << text;
+}
+
+TEST(Obj, TellsMaterialsInItsLibrary) {
+  Shape shape;
+  geometry3d::Material* const material = shape.AddNewMaterial();
+  material->set_diffuse_color({0.5f, 0.25f, 1.0f});
+  material->set_transparency(0.25f);
+  material->set_texture_uri("two\nlines.png");
+  EXPECT_EQ(MtlText(shape), "newmtl material_0\nKa 0 0 0\nKd 0.5 0.25 1\nKs 0 0 0\nKe 0 0 0\n"
+                            "Tf 0 0 0\nNs 0\nd 0.75\nmap_Kd two_lines.png\n");
+}
+
+}  // namespace
+}  // namespace mesh
+}  // namespace pelorin
