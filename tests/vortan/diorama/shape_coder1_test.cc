@@ -3,56 +3,24 @@
 
 #include <cmath>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/support/log_recorder.h"
+#include "tests/vortan/diorama/open_shape_coders.h"
 #include "tests/vortan/diorama/shape_builder.h"
 #include "tests/vortan/diorama/stream_fields.h"
-#include "vortan/diorama/shape_coder1.h"
 
 namespace {
 
 using geometry3d::Shape;
+using test_support::Bytes;
 using test_support::StreamFields;
 using vortan::ShapeDecoder;
-using vortan::ShapeDecoder1;
 using vortan::ShapeEncoder1;
+using Encoder = test_support::OpenEncoder1;
+using Decoder = test_support::OpenDecoder1;
 using Lines = std::vector<std::string>;
-
-// Opens the parts, and sets the version as the factory does.
-class Encoder : public ShapeEncoder1 {
- public:
-  explicit Encoder(int version = 1) { set_codec_version(version); }
-  std::string Stream(const Shape& shape) {
-    EXPECT_TRUE(EncodeShape(shape));
-    return Written();
-  }
-  std::string Written() const {
-    std::string stream;
-    get_buffer(&stream);
-    return stream;
-  }
-};
-
-class Decoder : public ShapeDecoder1 {
- public:
-  explicit Decoder(std::string stream = "") : stream_(std::move(stream)) { set_buffer(stream_); }
-  using ShapeDecoder1::DecodeIndexSet;
-  using ShapeDecoder1::DecodeIndices;
-  using ShapeDecoder1::DecodeMaterial;
-  using ShapeDecoder1::DecodeNormals;
-  using ShapeDecoder1::DecodePoints;
-  using ShapeDecoder1::DecodeTexCoords;
-
- private:
-  std::string stream_;
-};
-
-std::string Bytes(const std::vector<int>& values) {
-  return std::string(values.begin(), values.end());
-}
 
 TEST(ShapeCoder1, WritesATriangleInSeventyFourBytes) {
   Shape shape;

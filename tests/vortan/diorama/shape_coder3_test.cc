@@ -1,54 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/support/log_recorder.h"
+#include "tests/vortan/diorama/open_shape_coders.h"
 #include "tests/vortan/diorama/shape_builder.h"
 #include "tests/vortan/diorama/stream_fields.h"
-#include "vortan/diorama/shape_coder3.h"
 
 namespace {
 
 using geometry3d::Shape;
+using test_support::Bytes;
 using test_support::StreamFields;
 using vortan::ShapeDecoder;
-using vortan::ShapeDecoder3;
 using vortan::ShapeEncoder3;
+using Encoder = test_support::OpenEncoder3;
+using Decoder = test_support::OpenDecoder3;
 using Lines = std::vector<std::string>;
-
-class Encoder : public ShapeEncoder3 {
- public:
-  std::string Stream(const Shape& shape) {
-    EXPECT_TRUE(EncodeShape(shape));
-    return Written();
-  }
-  std::string Written() const {
-    std::string stream;
-    get_buffer(&stream);
-    return stream;
-  }
-  using ShapeEncoder3::EncodeOffsetIndices;
-};
-
-class Decoder : public ShapeDecoder3 {
- public:
-  explicit Decoder(std::string stream = "") : stream_(std::move(stream)) { set_buffer(stream_); }
-  using ShapeDecoder3::DecodeIndexSet;
-  using ShapeDecoder3::DecodeMaterial;
-  using ShapeDecoder3::DecodeOffsetIndices;
-
- private:
-  std::string stream_;
-};
-
-std::string Bytes(const std::vector<int>& values) {
-  return std::string(values.begin(), values.end());
-}
 
 TEST(ShapeCoder3, WritesATriangleInTwentyThreeBytes) {
   Shape shape;
