@@ -48,7 +48,7 @@ Outcome ChooseFormat(const BuildingFlags& flags, BuildingFormat* format) {
   return Outcome::Fail(ExitCode::kWrongUsage,
                        ending.empty() ? "no format is told by the name"
                                       : "no format is known by the ending " + ending,
-                       flags.output, "give -f stream or html");
+                       flags.output, "give -f stream, glb, obj or html");
 }
 
 Outcome ReadStream(const std::string& bytes, const BuildingFlags& flags, BuildingZ* building,
@@ -122,7 +122,8 @@ Outcome Building(const BuildingFlags& flags, const Session& session) {
     if (Outcome outcome = ChooseFormat(flags, &format); !outcome.ok()) {
       return outcome;
     }
-    if (Outcome outcome = CheckMayWrite(flags.output, flags.overwrite); !outcome.ok()) {
+    if (Outcome outcome = CheckMayWriteBuilding(format, flags.output, flags.overwrite);
+        !outcome.ok()) {
       return outcome;
     }
   }
@@ -176,7 +177,7 @@ Outcome Building(const BuildingFlags& flags, const Session& session) {
 void AddBuildingVerb(CLI::App& app, Session& session) {
   const auto flags = std::make_shared<BuildingFlags>();
   CLI::App* const verb = app.add_subcommand(
-      "building", "Footprints with heights into building streams, and those into pictures");
+      "building", "Footprints with heights into building streams, and those into meshes");
   verb->add_option("input", flags->input,
                    "GeoJSON polygons or a building stream; '-' for standard input")
       ->type_name("FILE")
@@ -186,7 +187,7 @@ void AddBuildingVerb(CLI::App& app, Session& session) {
       ->type_name("FILE");
   verb->add_option("-f,--format", flags->format,
                    "What is written; from the file's name (.zb is a stream) otherwise")
-      ->check(CLI::IsMember({"stream", "html"}));
+      ->check(CLI::IsMember({"stream", "glb", "obj", "html"}));
   verb->add_option("--points-bits", flags->point_bits,
                    "Lengths are multiples of 2^-N metres; 8 unless given")
       ->type_name("N")
@@ -209,7 +210,7 @@ void AddBuildingVerb(CLI::App& app, Session& session) {
   verb->add_flag("--json", flags->json, "The report as JSON, on standard output");
   verb->add_flag("--overwrite", flags->overwrite, "Replace the file if it is there");
   verb->footer("Examples: pelorin building houses.geojson -o houses.zb\n"
-               "          pelorin building houses.zb -o houses.html");
+               "          pelorin building houses.zb -o houses.glb");
   verb->callback([flags, &session] { session.outcome = Building(*flags, session); });
 }
 

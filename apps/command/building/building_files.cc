@@ -9,6 +9,8 @@
 #include "apps/command/building/building_page.h"
 #include "apps/command/output_file.h"
 #include "apps/command/versions.h"
+#include "apps/mesh/obj_writer.h"
+#include "apps/mesh/scene_writer.h"
 #include "util/geometry3d/mesh/building_z_shape.h"
 #include "vortan/diorama/building_z_coder.h"
 
@@ -58,6 +60,42 @@ bool MakeMesh(const BuildingZ& building, double base_m, Shape* mesh) {
   return true;
 }
 
+// z up becomes y up: east stays x, north is -z.
+void PutYUp(Shape* mesh) {
+  for (Vector3<double>& point : *mesh->mutable_points()) {
+    point = {point.x, point.z, -point.y};
+  }
+  for (Vector3<float>& normal : *mesh->mutable_normals()) {
+    normal = {normal.x, normal.z, -normal.y};
+  }
+}
+
+Outcome WriteGlb(Shape* mesh, const std::string& path, bool overwrite) {
+  PutYUp(mesh);
+  std::string bytes;
+  std::string error;
+  if (!mesh::WriteScene(*mesh, "glb", &bytes, &error)) {
+    return Outcome::Fail(ExitCode::kDataError, error, path);
+  }
+  return WriteOutput(path, overwrite, bytes);
+}
+
+// "houses.mtl" for "houses.obj"; nothing for standard output.
+std::string LibraryPath(const std::string& path) {
+  return path == "-" ? "" : std::filesystem::path(path).replace_extension(".mtl").string();
+}
+
+Outcome WriteObj(const Shape& mesh, const std::string& path, bool overwrite) {
+  const std::string library = LibraryPath(path);
+  if (!library.empty()) {
+    if (Outcome outcome = WriteOutput(library, overwrite, mesh::MtlText(mesh)); !outcome.ok()) {
+      return outcome;
+    }
+  }
+  const std::string name = std::filesystem::path(library).filename().string();
+  return WriteOutput(path, overwrite, mesh::ObjText(mesh, name));
+}
+
 std::string Page(const Shape& mesh, const BuildingReport& report) {
   BuildingPageTexts texts;
   texts.title = report.input == "standard input"
@@ -88,6 +126,12 @@ std::optional<BuildingFormat> BuildingFormatByName(std::string_view name) {
   if (name == "stream" || name == "zb") {
     return BuildingFormat::kStream;
   }
+  if (name == "glb") {
+    return BuildingFormat::kGlb;
+  }
+  if (name == "obj") {
+    return BuildingFormat::kObj;
+  }
   if (name == "html") {
     return BuildingFormat::kHtml;
   }
@@ -104,6 +148,16 @@ bool BuildingStream(const BuildingZ& building, int point_bits, std::string* stre
   return true;
 }
 
+Outcome CheckMayWriteBuilding(BuildingFormat format, const std::string& path, bool overwrite) {
+  const std::string library = format == BuildingFormat::kObj ? LibraryPath(path) : "";
+  if (!library.empty()) {
+    if (Outcome outcome = CheckMayWrite(library, overwrite); !outcome.ok()) {
+      return outcome;
+    }
+  }
+  return CheckMayWrite(path, overwrite);
+}
+
 Outcome WriteBuilding(const BuildingZ& building, const std::string& stream, BuildingFormat format,
                       double base_m, const std::string& path, bool overwrite,
                       const BuildingReport& report) {
@@ -115,7 +169,14 @@ Outcome WriteBuilding(const BuildingZ& building, const std::string& stream, Buil
   if (!MakeMesh(building, base_m, &mesh) || !mesh.Validate(&fault)) {
     return Outcome::Fail(ExitCode::kDataError, "its polygons cannot be extruded", report.input);
   }
-  return WriteOutput(path, overwrite, Page(mesh, report));
+  switch (format) {
+  case BuildingFormat::kGlb:
+    return WriteGlb(&mesh, path, overwrite);
+  case BuildingFormat::kObj:
+    return WriteObj(mesh, path, overwrite);
+  default:
+    return WriteOutput(path, overwrite, Page(mesh, report));
+  }
 }
 
 }  // namespace command

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,14 @@ class BuildingVerb : public CommandTest {
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
     EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
+  }
+  static std::ptrdiff_t CountLinesWith(const std::string& text, const std::string& start) {
+    std::istringstream lines(text);
+    std::ptrdiff_t count = 0;
+    for (std::string line; std::getline(lines, line);) {
+      count += line.rfind(start, 0) == 0 ? 1 : 0;
+    }
+    return count;
   }
   std::string MakeStream() {
     EXPECT_EQ(Run({Path("houses.geojson"), "-o", Path("houses.zb")}).exit_code, 0);
@@ -117,6 +126,46 @@ TEST_F(BuildingVerb, WritesAPageThatNoNameCanLeave) {
   ASSERT_EQ(data["sets"].size(), 2u);
   EXPECT_TRUE(data["sets"][0].contains("triangles"));
   EXPECT_TRUE(data["sets"][1].contains("lines"));
+}
+
+TEST_F(BuildingVerb, WritesAnObjWithItsMaterialsBesideIt) {
+  ASSERT_EQ(Run({Path("houses.geojson"), "-o", Path("houses.obj")}).exit_code, 0);
+  const std::string obj = Content(Path("houses.obj"));
+  EXPECT_EQ(obj.rfind("mtllib houses.mtl\n", 0), 0u);
+  // 11 points above, 11 below; 11 walls of two triangles and the roofs; lines along all edges.
+  EXPECT_EQ(CountLinesWith(obj, "v "), 22);
+  EXPECT_EQ(CountLinesWith(obj, "usemtl "), 2);
+  EXPECT_EQ(CountLinesWith(obj, "f "), 22 + 8 + 1);
+  EXPECT_EQ(CountLinesWith(obj, "l "), 3 * 11);
+  EXPECT_EQ(CountLinesWith(Content(Path("houses.mtl")), "newmtl "), 2);
+}
+
+TEST_F(BuildingVerb, ReplacesTheMaterialsOfAnObjOnlyWhenToldTo) {
+  Write(Path("houses.mtl"), "mine");
+  ExpectFailure(Run({Path("houses.geojson"), "-o", Path("houses.obj")}), 2,
+                "houses.mtl: is already there");
+  EXPECT_EQ(Content(Path("houses.mtl")), "mine");
+  EXPECT_FALSE(std::filesystem::exists(Path("houses.obj")));
+}
+
+TEST_F(BuildingVerb, WritesAGlbWithFacesAndLinesAndTheRoofsUpwards) {
+  const std::vector<std::string> arguments = {Path("houses.geojson"), "-o", Path("houses.glb"),
+                                              "--base", "-2"};
+  ASSERT_EQ(Run(arguments).exit_code, 0);
+  const std::string glb = Content(Path("houses.glb"));
+  ASSERT_EQ(glb.substr(0, 4), "glTF");
+  const auto byte = [&glb](std::size_t i) { return static_cast<unsigned char>(glb[i]); };
+  const std::size_t size = byte(12) | byte(13) << 8 | byte(14) << 16;
+  const Json scene = Json::parse(glb.substr(20, size));
+  std::vector<int> modes;
+  for (const Json& primitive : scene["meshes"][0]["primitives"]) {
+    modes.push_back(primitive["mode"]);
+  }
+  EXPECT_EQ(modes, (std::vector<int>{4, 1}));
+  // Heights are along y, from the base to the roof, around the origin of the node.
+  const Json& places =
+      scene["accessors"][scene["meshes"][0]["primitives"][0]["attributes"]["POSITION"].get<int>()];
+  EXPECT_DOUBLE_EQ(places["max"][1].get<double>() - places["min"][1].get<double>(), 14.5);
 }
 
 TEST_F(BuildingVerb, RefusesAStreamThatWasCutAndWritesNothing) {
