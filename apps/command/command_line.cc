@@ -38,6 +38,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddBuildingVerb(app, session);
   AddElevationVerb(app, session);
   AddMeshVerb(app, session);
+  AddInspectVerb(app, session);
   AddHelpVerbs(app, session);
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     verb->fallthrough();

@@ -24,6 +24,7 @@ void AddJpegDateVerb(CLI::App& app, Session& session);
 void AddBuildingVerb(CLI::App& app, Session& session);
 void AddElevationVerb(CLI::App& app, Session& session);
 void AddMeshVerb(CLI::App& app, Session& session);
+void AddInspectVerb(CLI::App& app, Session& session);
 /// `help`, `man` and `completion`, which tell about the others.
 void AddHelpVerbs(CLI::App& app, Session& session);
 
