@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "apps/command/input_file.h"
 #include "apps/command/inspect/file_facts.h"
 #include "apps/command/inspect/stream_walk.h"
-#include "apps/command/jpeg_date/photo_list.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
 
@@ -87,10 +87,9 @@ Outcome Inspect(const InspectFlags& flags) {
     return outcome;
   }
   std::string bytes;
-  std::string error;
-  const std::string path = flags.input == "-" ? "/dev/stdin" : flags.input;
-  if (!ReadBytes(path, std::numeric_limits<int>::max(), &bytes, &error)) {
-    return Outcome::Fail(ExitCode::kDataError, error, flags.input);
+  if (Outcome outcome = ReadInput(flags.input, std::numeric_limits<int>::max(), &bytes);
+      !outcome.ok()) {
+    return outcome;
   }
   if (flags.bits) {
     return ShowBits(flags, bytes);

@@ -48,8 +48,8 @@ class PELORIN_EXPORT ShapeEncoder3 : public ShapeEncoder {
   /// fails that is used again.
   bool EncodeOffsetIndices(const std::vector<int>& indices, std::vector<int>* index_map,
                            int* next_index, std::vector<int>* order);
-  /// Fatal checks "factor>0", and for each entry of `order` "index<values.size()" and "index>=0",
-  /// behind which it is false.
+  /// Fatal check "factor>0", behind which it is false. `order` comes from `EncodeOffsetIndices`, so
+  /// each of its entries is a position in `values`.
   template <typename ValueType>
   bool EncodeValues(const std::vector<ValueType>& values, int quantization_bits,
                     const std::vector<int>& order);
