@@ -37,14 +37,11 @@ double DayNumber(const DateTime& date) {
   return (date.GetJulianDate() - kNoonOf2000) + kDayOfNoonOf2000;
 }
 
-// `turns` whole turns added. More than an int holds, and what is not finite, cannot be counted:
-// then the angle stays as it is.
-double AddTurns(double angle, double turns, double sign) {
-  constexpr double kTurnLimit = 2147483648.0;
-  if (!(turns < kTurnLimit)) {
-    return angle;
-  }
-  return angle + sign * turns * kTwoPi;
+// As many whole turns as `part`, which is not negative, rounded up. More than an int holds, and
+// what is not finite, cannot be counted and counts as none.
+double WholeTurns(double part) {
+  const double turns = std::ceil(part);
+  return turns <= 2147483647.0 ? turns : 0.0;
 }
 
 // Into the closed range from 0 to two pi. Rounding can leave a large angle outside by a hair.
@@ -53,9 +50,9 @@ double WrapAngle(double angle) {
     return angle;
   }
   if (angle < 0.0) {
-    return AddTurns(angle, std::ceil((0.0 - angle) / kTwoPi), 1.0);
+    return angle + WholeTurns((0.0 - angle) / kTwoPi) * kTwoPi;
   }
-  return AddTurns(angle, std::ceil((angle - kTwoPi) / kTwoPi), -1.0);
+  return angle - WholeTurns((angle - kTwoPi) / kTwoPi) * kTwoPi;
 }
 
 double EccentricAnomaly(double mean_anomaly, double eccentricity) {
@@ -63,8 +60,14 @@ double EccentricAnomaly(double mean_anomaly, double eccentricity) {
   double anomaly = (eccentricity * mean.sine) * (1.0 + eccentricity * mean.cosine) + mean_anomaly;
   for (int step = 0; step < kNewtonSteps; ++step) {
     const SineCosine now = SineCosineOf(anomaly);
-    anomaly = anomaly - (anomaly - eccentricity * now.sine - mean_anomaly) /
-                            (1.0 - eccentricity * now.cosine);
+    const double next = anomaly - (anomaly - eccentricity * now.sine - mean_anomaly) /
+                                      (1.0 - eccentricity * now.cosine);
+    // The same as a plain assignment: all steps are made, and equal numbers are equal here. But
+    // once the steps have settled, the processor foresees this branch and takes up the next one
+    // without waiting for the division of this one, which is a quarter of all the time.
+    if (next != anomaly) {
+      anomaly = next;
+    }
   }
   return anomaly;
 }
@@ -115,6 +118,10 @@ Vec3<double> OrbitUtils::CalcRelativePosition(const DateTime& date,
   const double mean_anomaly =
       WrapAngle(parameters.mean_anomaly_rate * day + parameters.mean_anomaly);
 
+  // These wait for nothing, so they run beside the steps below.
+  const SineCosine i = SineCosineOf(inclination);
+  const SineCosine n = SineCosineOf(node);
+
   // In the plane of the orbit, x towards the perihelion.
   const SineCosine eccentric = SineCosineOf(EccentricAnomaly(mean_anomaly, eccentricity));
   const double plane_x = axis * (eccentric.cosine - eccentricity);
@@ -122,8 +129,6 @@ Vec3<double> OrbitUtils::CalcRelativePosition(const DateTime& date,
   const double true_anomaly = WrapAngle(std::atan2(plane_y, plane_x));
   const double distance = std::sqrt(plane_x * plane_x + plane_y * plane_y);
 
-  const SineCosine i = SineCosineOf(inclination);
-  const SineCosine n = SineCosineOf(node);
   const SineCosine u = SineCosineOf(perihelion + true_anomaly);
   const double x = distance * (n.cosine * u.cosine - n.sine * u.sine * i.cosine);
   const double y = distance * (n.sine * u.cosine + n.cosine * u.sine * i.cosine);
