@@ -34,6 +34,7 @@ void AddVerbs(CLI::App& app, Session& session) {
   AddRouteVerb(app, session);
   AddUtmVerb(app, session);
   AddStratumVerb(app, session);
+  AddPlanetsVerb(app, session);
   AddJpegDateVerb(app, session);
   AddBuildingVerb(app, session);
   AddElevationVerb(app, session);

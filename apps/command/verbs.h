@@ -20,6 +20,7 @@ void AddPanoVerb(CLI::App& app, Session& session);
 void AddRouteVerb(CLI::App& app, Session& session);
 void AddUtmVerb(CLI::App& app, Session& session);
 void AddStratumVerb(CLI::App& app, Session& session);
+void AddPlanetsVerb(CLI::App& app, Session& session);
 void AddJpegDateVerb(CLI::App& app, Session& session);
 void AddBuildingVerb(CLI::App& app, Session& session);
 void AddElevationVerb(CLI::App& app, Session& session);

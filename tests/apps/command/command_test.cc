@@ -17,9 +17,9 @@ std::size_t LineCount(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-const char* const kVerbs[] = {"tour",      "serve", "import",  "pano",      "route",
-                              "elevation", "utm",   "stratum", "jpeg-date", "building",
-                              "mesh",      "help",  "man",     "completion"};
+const char* const kVerbs[] = {"tour",    "serve",   "import",    "pano",      "route", "planets",
+                              "utm",     "stratum", "elevation", "jpeg-date", "mesh",  "building",
+                              "inspect", "help",    "man",       "completion"};
 
 using Command = CommandTest;
 
