@@ -167,8 +167,8 @@ TEST(DirectionToBody, KeepsWhatIsNotANumber) {
 // The Earth's axis leans towards the Sun at the June solstice: there the Sun stands high over the
 // body's equator, which is its own x-z plane, and in December as far below.
 TEST(DirectionToBody, ShowsTheSeasons) {
-  const OrbitalParameters& earth = solarsystemdata::orbital_parameters[kOrbitEarth];
-  const auto sun_height_deg = [&earth](const DateTime& date) {
+  const auto sun_height_deg = [](const DateTime& date) {
+    const OrbitalParameters& earth = solarsystemdata::orbital_parameters[kOrbitEarth];
     const Triple direction = OrbitUtils::CalcDirectionToBody(
         OrbitUtils::CalcRelativePosition(date, earth), OrbitUtils::CalcYawPitchRoll(date, earth));
     return std::asin(direction.y) * 57.29577951308232;
