@@ -91,7 +91,7 @@ struct PanoRecord {
   std::string text;          ///< Street name; can be empty.
   std::string street_range;  ///< House numbers here; can be empty.
   std::string copyright;
-  std::string image_date;    ///< When the image was taken, such as "2024-05"; can be empty.
+  std::string image_date;        ///< When the image was taken, such as "2024-05"; can be empty.
   std::int32_t image_width = 0;  ///< Pixels; 0 or above, as are the next three.
   std::int32_t image_height = 0;
   std::int32_t tile_width = 0;

@@ -81,8 +81,8 @@ bool SameShape(const Shape& a, const Shape& b) {
 }
 
 // A reader takes what is missing for zeros. A stream is whole when it makes no difference what
-// stands behind it. Ones in turn, in both ways, since a count that begins with a one is negative and
-// as good as none.
+// stands behind it. Ones in turn, in both ways, since a count that begins with a one is negative
+// and as good as none.
 bool IsWhole(const std::string& bytes, int version, const Shape& shape) {
   for (const char behind : {'\x55', '\xAA'}) {
     Shape other;

@@ -35,7 +35,9 @@ bool IsDigitOrDot(QChar c) {
 bool IsWord(QChar c) {
   return c.isLetterOrNumber() || c.isMark() || c == QLatin1Char('_');
 }
-bool IsBandLetter(QChar c) { return c >= QLatin1Char('C') && c <= QLatin1Char('X'); }
+bool IsBandLetter(QChar c) {
+  return c >= QLatin1Char('C') && c <= QLatin1Char('X');
+}
 
 // A place in a text, moved on by what it skips.
 class Scanner {

@@ -26,8 +26,8 @@ class PELORIN_EXPORT OrbitUtils {
   /// of the ecliptic of the date.
   ///
   /// Kepler's equation is solved by exactly seven Newton steps, which is enough for a
-  /// double at eccentricities up to about 0.95 and not for every one near 1. An eccentricity of 1 or
-  /// more gives not-a-number.
+  /// double at eccentricities up to about 0.95 and not for every one near 1. An eccentricity of 1
+  /// or more gives not-a-number.
   static Vec3<double> CalcRelativePosition(const DateTime& date,
                                            const OrbitalParameters& parameters);
 

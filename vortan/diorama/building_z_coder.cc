@@ -48,8 +48,9 @@ void ReserveFields(std::size_t count, int width, BinaryEncoder* encoder) {
       static_cast<int>(std::min<std::int64_t>(bits, std::numeric_limits<int>::max() - 64)));
 }
 
-// Gathers fields of up to 32 bits in a register and hands them on 32 bits at a time: a list of narrow
-// fields is then written faster than field by field. The last of them go with the destructor.
+// Gathers fields of up to 32 bits in a register and hands them on 32 bits at a time: a list of
+// narrow fields is then written faster than field by field. The last of them go with the
+// destructor.
 class FieldPacker {
  public:
   explicit FieldPacker(BinaryEncoder* encoder) : encoder_(encoder) {}

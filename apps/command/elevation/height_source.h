@@ -49,8 +49,8 @@ class HeightSource {
   /// To be called once.
   Outcome Open(const HeightSourceFlags& flags, const Session& session);
 
-  /// How many of `places` no grid of the dataset knows, so that their heights are sea level for want
-  /// of better; 0 where somebody else's service is asked, which does not say.
+  /// How many of `places` no grid of the dataset knows, so that their heights are sea level for
+  /// want of better; 0 where somebody else's service is asked, which does not say.
   std::size_t CountUnknown(const std::vector<LatLng>& places) const;
 
   /// Appends the heights of `places` in metres, in their order, asking for some thousands at a
