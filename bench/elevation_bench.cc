@@ -8,9 +8,7 @@
 
 #include <QUrl>
 #include <cmath>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,11 +17,13 @@
 #include "spatial/geodesy/elevation_query.h"
 #include "spatial/geodesy/elevation_reply.h"
 #include "spatial/geodesy/elevation_request.h"
+#include "tests/support/awaited_query.h"
 
 namespace {
 
 using nimbara::Vec3;
 using nimbara::spatial::ElevationQuery;
+using pelorin::test_support::AwaitedQuery;
 
 constexpr int kPoints = 100000;
 constexpr int kMaxUrlLength = 2048;
@@ -79,25 +79,6 @@ struct Service {
     static const Service service;
     return service;
   }
-};
-
-class AwaitedQuery final : public ElevationQuery {
- public:
-  ~AwaitedQuery() override { DoCancelFetch(kCancelled); }
-  void FetchDone() override {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    done_ = true;
-    changed_.notify_all();
-  }
-  void Await() {
-    std::unique_lock<std::mutex> hold(mutex_);
-    changed_.wait(hold, [this] { return done_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool done_ = false;
 };
 
 void CountPoints(benchmark::State& state) {

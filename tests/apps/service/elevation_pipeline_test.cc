@@ -4,9 +4,7 @@
 
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +14,7 @@
 #include "host/reference/network_options.h"
 #include "host/reference/network_shutdown.h"
 #include "spatial/geodesy/elevation_query.h"
+#include "tests/support/awaited_query.h"
 #include "tests/support/heap_snapshot.h"
 
 namespace pelorin {
@@ -23,25 +22,7 @@ namespace {
 
 using nimbara::Vec3;
 using nimbara::spatial::ElevationQuery;
-
-class AwaitedQuery final : public ElevationQuery {
- public:
-  ~AwaitedQuery() override { DoCancelFetch(kCancelled); }
-  void FetchDone() override {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    done_ = true;
-    changed_.notify_all();
-  }
-  bool Await() {
-    std::unique_lock<std::mutex> hold(mutex_);
-    return changed_.wait_for(hold, std::chrono::seconds(60), [this] { return done_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool done_ = false;
-};
+using test_support::AwaitedQuery;
 
 class ElevationPipeline : public testing::Test {
  protected:
