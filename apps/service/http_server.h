@@ -51,6 +51,7 @@ class HttpServer : private httplib::Server {
   bool SleepUnlessStopped(std::chrono::milliseconds time) const;
 
  private:
+  void MakeTables();
   bool Refuse(const char* reason, std::string* error);
   bool StartThreads();
   bool process_and_close_socket(socket_t socket) override;
