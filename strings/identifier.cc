@@ -1,15 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "strings/identifier.h"
 
+#include <array>
+#include <cstddef>
+
 namespace {
 
-bool IsStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
+// By byte: whether an identifier can start with it or go on with it. A look-up, because letters and
+// digits mixed defeat the prediction of comparisons.
+struct Alphabet {
+  std::array<bool, 256> starts{};
+  std::array<bool, 256> goes_on{};
 
-bool IsRest(char c) {
-  return IsStart(c) || (c >= '0' && c <= '9');
-}
+  constexpr Alphabet() {
+    for (std::size_t byte = 0; byte < starts.size(); ++byte) {
+      starts[byte] = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_';
+      goes_on[byte] = starts[byte] || (byte >= '0' && byte <= '9');
+    }
+  }
+};
+
+constexpr Alphabet kAlphabet;
 
 }  // namespace
 
@@ -19,11 +30,11 @@ bool IsIdentifier(const char* text) {
 }
 
 const char* AdvanceIdentifier(const char* text) {
-  if (text == nullptr || !IsStart(*text)) {
+  if (text == nullptr || !kAlphabet.starts[static_cast<unsigned char>(*text)]) {
     return nullptr;
   }
   do {
     ++text;
-  } while (IsRest(*text));
+  } while (kAlphabet.goes_on[static_cast<unsigned char>(*text)]);
   return text;
 }

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "vortan/common/internal/jpeg_comments.h"
 
+#include <endian.h>
+
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "base/logging.h"
 #include "strings/identifier.h"
@@ -19,46 +22,68 @@ constexpr char kStartLetter = 'Q';
 constexpr std::size_t kStartLetterAt = 1;
 static_assert(kStart[kStartLetterAt] == kStartLetter);
 
-// Up to here tokens are looked through byte by byte.
-constexpr std::ptrdiff_t kShortToken = 6;
+// Up to here a token is looked through in place; only then does a call pay.
+constexpr std::ptrdiff_t kShortToken = 32;
 
 // A comment segment takes 65533 bytes, and a comment must be shorter.
 constexpr std::size_t kMaxKeptBytes = 65533;
 constexpr std::size_t kMaxValidBytes = 65532;
+static_assert(kMaxKeptBytes <= std::numeric_limits<std::uint16_t>::max(), "places fit 16 bits");
 
 std::string HeaderText() {
   return JpegCommentQuillonSeparator() + JpegCommentQuillonStart() + JpegCommentQuillonSeparator() +
          std::string(kVersion);
 }
 
-// The tokens between the separators of a text, found one at a time. There is one more than there
-// are separators. The text has a terminator behind it.
+// The first separator among eight bytes, or their end.
+const char* FindSeparatorInWord(const char* bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighBits = kOnes << 7;
+  std::uint64_t word;
+  std::memcpy(&word, bytes, sizeof word);
+  word = htole64(word) ^ kOnes * static_cast<unsigned char>(kSeparator);
+  // Of all bytes only 0 has its high bit set by taking 1 away; a borrow needs a 0 further down.
+  const std::uint64_t found = (word - kOnes) & ~word & kHighBits;
+  return bytes + (found == 0 ? 8 : __builtin_ctzll(found) / 8);
+}
+
+// The first separator from `from` on, or `end`.
+const char* FindSeparator(const char* from, const char* end) {
+  const char* const near = from + std::min(kShortToken, end - from);
+  for (; near - from >= 8; from += 8) {
+    const char* const separator = FindSeparatorInWord(from);
+    if (separator != from + 8) {
+      return separator;
+    }
+  }
+  for (; from != near; ++from) {
+    if (*from == kSeparator) {
+      return from;
+    }
+  }
+  const void* const separator = std::memchr(near, kSeparator, static_cast<std::size_t>(end - near));
+  return separator == nullptr ? end : static_cast<const char*>(separator);
+}
+
+// Stands on one of the tokens between the separators of a text. There is one more than there are
+// separators. Where a token ends is looked for only once that matters. The text has a terminator
+// behind it.
 class TokenIterator {
  public:
-  // Ahead of the first token: `MoveToStart` comes next.
+  // On the first token.
   explicit TokenIterator(std::string_view text)
-      : text_end_(text.data() + text.size()), begin_(text.data()), end_(begin_) {}
+      : begin_(text.data()), text_end_(text.data() + text.size()) {}
 
-  // Behind the last token; then there is nothing to take.
+  // Behind the last token; then nothing may be taken.
   bool AtEnd() const { return begin_ == nullptr; }
-  std::string_view operator*() const { return {begin_, static_cast<std::size_t>(end_ - begin_)}; }
-  TokenIterator& operator++() {
-    if (end_ == text_end_) {
-      begin_ = nullptr;
-    } else {
-      SetTo(end_ + 1);
-    }
-    return *this;
+  std::string_view operator*() const { return TokenTo(FindSeparator(begin_, text_end_)); }
+
+  bool Is(std::string_view text) const {
+    return !AtEnd() && text_end_ - begin_ >= static_cast<std::ptrdiff_t>(text.size()) &&
+           std::memcmp(begin_, text.data(), text.size()) == 0 && IsEnd(begin_ + text.size());
   }
 
-  // Whether the token is an identifier, up to the first NUL in it. The scan for one ends at the
-  // separator or the terminator behind the token at the latest, so it needs no copy.
-  bool IsIdentifier() const {
-    const char* const identifier_end = AdvanceIdentifier(begin_);
-    return identifier_end != nullptr && (identifier_end == end_ || *identifier_end == '\0');
-  }
-
-  // Moves to the first start marker, this token included, or to the end.
+  // Moves to the first start marker, this token included, or behind the last token.
   void MoveToStart() {
     // Tokens that do not matter are not even told apart: a marker is found by its rare letter.
     const char* from = begin_;
@@ -72,27 +97,59 @@ class TokenIterator {
       const char* const letter = static_cast<const char*>(found);
       if (IsInStartMarker(letter)) {
         begin_ = letter - kStartLetterAt;
-        end_ = begin_ + kStart.size();
         return;
       }
       from = letter + 1;
     }
   }
 
- private:
-  void SetTo(const char* begin) {
-    begin_ = begin;
-    // Versions, families and markers are short: most end before a call would pay.
-    const char* const near = begin + std::min<std::ptrdiff_t>(kShortToken, text_end_ - begin);
-    for (end_ = begin; end_ != near; ++end_) {
-      if (*end_ == kSeparator) {
-        return;
-      }
+  // The next three move on behind the token if it is what they take, and stay otherwise.
+
+  bool Take(std::string_view text) {
+    if (!Is(text)) {
+      return false;
     }
-    const void* const separator =
-        std::memchr(near, kSeparator, static_cast<std::size_t>(text_end_ - near));
-    end_ = separator == nullptr ? text_end_ : static_cast<const char*>(separator);
+    PassTo(begin_ + text.size());
+    return true;
   }
+
+  // Takes a token that is an identifier, up to the first NUL in it. The scan for one ends at the
+  // separator or the terminator behind the token at the latest, so it needs no copy.
+  bool TakeIdentifier(std::string_view* token) {
+    const char* end = AtEnd() ? nullptr : AdvanceIdentifier(begin_);
+    if (end == nullptr) {
+      return false;
+    }
+    if (!IsEnd(end)) {
+      if (*end != '\0') {
+        return false;
+      }
+      end = FindSeparator(end, text_end_);
+    }
+    *token = TokenTo(end);
+    PassTo(end);
+    return true;
+  }
+
+  bool TakeBody(std::string_view* token) {
+    if (AtEnd()) {
+      return false;
+    }
+    const std::string_view body = **this;
+    if (body == kStart || body == kEnd) {
+      return false;
+    }
+    *token = body;
+    PassTo(body.data() + body.size());
+    return true;
+  }
+
+ private:
+  bool IsEnd(const char* at) const { return at == text_end_ || *at == kSeparator; }
+  std::string_view TokenTo(const char* end) const {
+    return {begin_, static_cast<std::size_t>(end - begin_)};
+  }
+  void PassTo(const char* end) { begin_ = end == text_end_ ? nullptr : end + 1; }
 
   // Whether `letter`, at `begin_` or behind it, lies in a start marker that is a token.
   bool IsInStartMarker(const char* letter) const {
@@ -102,15 +159,12 @@ class TokenIterator {
       return false;
     }
     const char* const marker = letter - kStartLetterAt;
-    const char* const marker_end = marker + kStart.size();
     return std::memcmp(marker, kStart.data(), kStart.size()) == 0 &&
-           (marker == begin_ || marker[-1] == kSeparator) &&
-           (marker_end == text_end_ || *marker_end == kSeparator);
+           (marker == begin_ || marker[-1] == kSeparator) && IsEnd(marker + kStart.size());
   }
 
+  const char* begin_;  // Of the token; null behind the last one.
   const char* text_end_;
-  const char* begin_;  // Null behind the last token.
-  const char* end_;
 };
 
 }  // namespace
@@ -281,34 +335,22 @@ bool JpegCommentInputBuffer::FindMessages() {
     message.block = 0;
   }
 
+  const bool had_messages = !message_map_.empty();
   int blocks = 0;
   TokenIterator list_it(buffer_);
-  for (list_it.MoveToStart(); !list_it.AtEnd(); list_it.MoveToStart()) {
-    if ((++list_it).AtEnd() || *list_it != kVersion) {
+  for (list_it.MoveToStart(); list_it.Take(kStart); list_it.MoveToStart()) {
+    if (!list_it.Take(kVersion)) {
       continue;
     }
-    ++list_it;
-
     // The messages of the block stand behind those of the blocks before; one that turns out to be
-    // spoilt takes them away again. Each turn leaves by `break` with `list_it` on the token where
-    // the search goes on.
+    // spoilt takes them away again, and the search goes on at the token that spoilt it.
     const std::size_t found_before = message_map_.size();
     bool whole = false;
-    while (!list_it.AtEnd()) {
-      whole = *list_it == kEnd;
-      if (whole || !list_it.IsIdentifier()) {
-        break;
-      }
-      const std::string_view family = *list_it;
-      if ((++list_it).AtEnd()) {
-        break;
-      }
-      const std::string_view body = *list_it;
-      if (body == kStart || body == kEnd) {
-        break;
-      }
-      message_map_.push_back({family, body, blocks + 1});
-      ++list_it;
+    std::string_view family;
+    std::string_view body;
+    while (!(whole = list_it.Is(kEnd)) && list_it.TakeIdentifier(&family) &&
+           list_it.TakeBody(&body)) {
+      message_map_.push_back(MessageAt(family, body, blocks + 1));
     }
     if (!whole) {
       message_map_.resize(found_before);
@@ -319,23 +361,35 @@ bool JpegCommentInputBuffer::FindMessages() {
       ++blocks;
     }
   }
-  MergeMessages();
+  if (blocks > 1 || had_messages) {
+    DiscardDuplicates();
+  }
   return blocks > 0;
 }
 
-// Brings the map in order: of the messages of one family the first found stays.
-void JpegCommentInputBuffer::MergeMessages() {
-  const auto out_of_order = [](const Message& a, const Message& b) { return a.family >= b.family; };
-  if (std::adjacent_find(message_map_.begin(), message_map_.end(), out_of_order) ==
-      message_map_.end()) {
-    return;
-  }
-  std::stable_sort(message_map_.begin(), message_map_.end(),
-                   [](const Message& a, const Message& b) { return a.family < b.family; });
+JpegCommentInputBuffer::Message
+JpegCommentInputBuffer::MessageAt(std::string_view family, std::string_view body, int block) const {
+  const auto place = [this](const char* at) {
+    return static_cast<std::uint16_t>(at - buffer_.data());
+  };
+  return {place(family.data()), place(body.data()), place(body.data() + body.size()),
+          static_cast<std::uint16_t>(block)};
+}
+
+std::string_view JpegCommentInputBuffer::FamilyOf(const Message& message) const {
+  return std::string_view(buffer_).substr(message.family_begin, std::size_t{message.body_begin} -
+                                                                    message.family_begin - 1);
+}
+
+// Of the messages of one family the first found stays. Each further block that has one is an error.
+void JpegCommentInputBuffer::DiscardDuplicates() {
+  std::stable_sort(
+      message_map_.begin(), message_map_.end(),
+      [this](const Message& a, const Message& b) { return FamilyOf(a) < FamilyOf(b); });
   auto last = message_map_.begin();
   int last_block = last->block;  // Of the last message of this family, kept or not.
   for (auto message = std::next(last); message != message_map_.end(); ++message) {
-    if (message->family != last->family) {
+    if (FamilyOf(*message) != FamilyOf(*last)) {
       *++last = *message;
     } else if (message->block != last_block) {
       PELORIN_LOG_ERROR() << "Discarding duplicated JPegCommentMessage.";
@@ -355,13 +409,14 @@ bool JpegCommentInputBuffer::GetMessage(JpegCommentMessage* message_to_fill) con
   if (family.empty()) {
     PELORIN_LOG_FATAL() << "Fatal unloading of message not created by message factory.";
   }
-  const auto found = std::lower_bound(
-      message_map_.begin(), message_map_.end(), family,
-      [](const Message& message, std::string_view sought) { return message.family < sought; });
-  if (found == message_map_.end() || found->family != family) {
+  const auto found =
+      std::find_if(message_map_.begin(), message_map_.end(),
+                   [this, family](const Message& message) { return FamilyOf(message) == family; });
+  if (found == message_map_.end()) {
     return false;
   }
-  if (!message_to_fill->FromString(std::string(found->body))) {
+  if (!message_to_fill->FromString(
+          buffer_.substr(found->body_begin, std::size_t{found->body_end} - found->body_begin))) {
     PELORIN_LOG_ERROR() << "Message of family " << family << " has invalid body.";
     return false;
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
@@ -165,10 +166,6 @@ class PELORIN_EXPORT JpegCommentInputBuffer {
   /// A copy of at most the first 65533 bytes of `comment`. A comment of more than 65532 bytes is
   /// an error entry, and no message is found in it.
   explicit JpegCommentInputBuffer(const std::string& comment);
-  // The messages are views of the text.
-  JpegCommentInputBuffer(const JpegCommentInputBuffer&) = delete;
-  JpegCommentInputBuffer& operator=(const JpegCommentInputBuffer&) = delete;
-
   /// Finds the messages; true if there is a block with at least one.
   ///
   /// Markers, families and bodies are whole tokens between separators, so a block needs no
@@ -190,17 +187,21 @@ class PELORIN_EXPORT JpegCommentInputBuffer {
   bool GetMessage(JpegCommentMessage* message_to_fill) const;
 
  private:
-  // Views of `buffer_`, so that finding messages copies no text.
+  // A message by its places in `buffer_`, all of which fit 16 bits: finding messages copies no
+  // text, and thousands of them stay in the nearest cache.
   struct Message {
-    std::string_view family;
-    std::string_view body;
-    int block;  // Where it was found, counted from 1 in each search; 0 if an earlier search did.
+    std::uint16_t family_begin;
+    std::uint16_t body_begin;  // Behind the separator that ends the family.
+    std::uint16_t body_end;
+    std::uint16_t block;  // Where it was found, counted from 1 in each search; 0 by an earlier one.
   };
-  // Sorted by family, each family once. A flat map, because a comment has one message or two and a
-  // node for each would cost more than the whole search.
+  // In an order in which the first message of a family is the one that counts. Flat, because a
+  // comment has one message or two and a node for each would cost more than the whole search.
   using MessageMap = util::gtl::InlinedVector<Message, 4>;
 
-  void MergeMessages();
+  Message MessageAt(std::string_view family, std::string_view body, int block) const;
+  std::string_view FamilyOf(const Message& message) const;
+  void DiscardDuplicates();
 
   std::string buffer_;
   bool too_long_;

@@ -269,19 +269,31 @@ TEST(DominantDate, IsUnknownWithABoundAboveOne) {
   EXPECT_EQ(DominantOf({{Year(2010), 1.0f}}, 1.5f), "0000:00:00");
 }
 
-TEST(DominantDate, IsMadeAnewWithTheSameBoundAndAnEmptyMap) {
-  const JpegCommentMessageDominantTileAcquisitionDate prototype(0.75f);
-  const auto made = [&prototype](const char* date, float coverage) {
+TEST(DominantDate, IsMadeAnewWithAnEmptyMap) {
+  Dominant prototype(0.75f, {{Year(2012), 1.0f}});
+  prototype.Finalize();
+  const std::unique_ptr<JpegCommentMessage> message(prototype.CreateNewMessage());
+  auto* const dates = dynamic_cast<JpegCommentMessageDominantTileAcquisitionDate*>(message.get());
+  ASSERT_NE(dates, nullptr);
+  EXPECT_FALSE(dates->finalized());
+  dates->Finalize();
+  const std::unique_ptr<JpegCommentMessageTileAcquisitionDates::Iterator> entry(
+      dates->CreateIterator());
+  EXPECT_EQ(entry->key(), 0u);
+  EXPECT_EQ(entry->coverage(), 1.0f);
+}
+
+TEST(DominantDate, IsMadeAnewWithTheSameBound) {
+  const auto made = [](float bound) {
+    const JpegCommentMessageDominantTileAcquisitionDate prototype(bound);
     const std::unique_ptr<JpegCommentMessage> message(prototype.CreateNewMessage());
-    auto* const dates = dynamic_cast<JpegCommentMessageDominantTileAcquisitionDate*>(message.get());
-    EXPECT_FALSE(dates->finalized());
-    dates->Finalize();
-    const std::unique_ptr<JpegCommentMessageTileAcquisitionDates::Iterator> entry(
-        dates->CreateIterator());
-    EXPECT_EQ(entry->key(), 0u) << date;
-    EXPECT_EQ(entry->coverage(), coverage);
+    EXPECT_TRUE(message->FromString("2012:03:04"));
+    std::string text;
+    message->AppendToString(&text);
+    return text;
   };
-  made("nothing", 1.0f);
+  EXPECT_EQ(made(0.75f), "2012:03:04");
+  EXPECT_EQ(made(1.5f), "0000:00:00");
 }
 
 TEST(PercentileDate, StopsWhereTheSumReachesTheBound) {

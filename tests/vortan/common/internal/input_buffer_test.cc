@@ -217,6 +217,39 @@ TEST(JpegCommentInputBuffer, LogsASecondSearchAndFindsTheSameAgain) {
   EXPECT_EQ(BodyIn(comment, "U"), "2");
 }
 
+TEST(JpegCommentInputBuffer, KeepsItsMessagesWhenItIsCopied) {
+  UseClosedFactory();
+  auto comment = std::make_unique<JpegCommentInputBuffer>("*#Q0#*0*T*1*#0Q#*");
+  EXPECT_TRUE(comment->FindMessages());
+  const JpegCommentInputBuffer copy(*comment);
+  comment.reset();
+  EXPECT_EQ(BodyIn(copy, "T"), "1");
+}
+
+TEST(JpegCommentInputBuffer, TellsThousandsOfFamiliesApart) {
+  std::string block = "*#Q0#*0";
+  for (int i = 0; i < 3000; ++i) {
+    block += "*f" + std::to_string(i * 7919 % 3000) + "*x";
+    block += i == 2000 ? "*T*1" : i == 2500 ? "*T*2*U*3" : "";
+  }
+  EXPECT_EQ(Read(block + "*#0Q#*", "T"), "1");
+  EXPECT_EQ(Read(block + "*#0Q#*", "U"), "3");
+  EXPECT_EQ(Read(block + "*#0Q#*", "b"), "(none)");
+  const LogRecorder log;
+  EXPECT_EQ(Read("#Q0#*0*U*0*#0Q#" + block + "*#0Q#*", "U"), "0");
+  EXPECT_EQ(log.lines(), Lines{kDuplicate});
+}
+
+TEST(JpegCommentInputBuffer, ReadsTokensOfEveryLength) {
+  for (std::size_t length = 0; length < 80; ++length) {
+    const std::string body(length, 'x');
+    EXPECT_EQ(Read("*#Q0#*0*T*" + body + "*U*y*#0Q#*"), body) << length;
+    EXPECT_EQ(Read("*#Q0#*0*T*" + body + "*U*y*#0Q#*", "U"), "y") << length;
+    EXPECT_EQ(Read("*#Q0#*0*f" + body + "*x*T*y*#0Q#"), "y") << length;
+    EXPECT_EQ(Read("*#Q0#*0*T*" + body), "(no block)") << length;
+  }
+}
+
 TEST(JpegCommentInputBuffer, LogsAnInvalidBody) {
   UseClosedFactory();
   JpegCommentInputBuffer comment("*#Q0#*0*T*bad*#0Q#*");

@@ -148,6 +148,27 @@ OWN_PROCESS_TEST(JpegCommentRegistration, HasADatePrototypeWithABoundAboveOneRea
   EXPECT_EQ(date->year(), 0);
 }
 
+// Dates whose messages are finished from the start and come down to nothing.
+class FinishedDates : public JpegCommentMessageTileAcquisitionDates {
+ public:
+  JpegCommentMessage* CreateNewMessage() const override {
+    auto* const message = new FinishedDates;
+    message->Finalize();
+    return message;
+  }
+  JpegCommentDate* AggregatedDate() const override { return nullptr; }
+};
+
+OWN_PROCESS_TEST(JpegCommentRegistration, HasADatePrototypeThatComesDownToNothing) {
+  JpegCommentRegisterFamily("AD", new FinishedDates);
+  JpegCommentSetRegistrationClosed();
+  const LogRecorder log;
+  EXPECT_EQ(JpegCommentTileAcquisitionDatesOut(new std::map<unsigned int, float>), nullptr);
+  EXPECT_EQ(log.lines(), (Lines{"3 Check failed: !finalized_", "3 Check failed: !finalized_",
+                                "3 Check failed: date.get()"}));
+  EXPECT_EQ(JpegCommentAggregatedTileDateIn("*#Q0#*0*AD*2017:12:31*#0Q#*"), nullptr);
+}
+
 OWN_PROCESS_TEST(JpegCommentRegistration, LacksTheDateFamilySoNoDateIsReadOrWritten) {
   JpegCommentRegisterFamily("AD", new TextMessage);  // Of another class, which is as bad as none.
   JpegCommentSetRegistrationClosed();
