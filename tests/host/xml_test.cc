@@ -105,6 +105,21 @@ TEST(XmlReader, ReplacesReferences) {
   EXPECT_EQ(RootText("<a>&lt;&amp;&#65;&#x20AC;&gt;</a>"), "<&A\xE2\x82\xAC>");
 }
 
+TEST(XmlReader, KeepsBracketsThatEndNoCdata) {
+  EXPECT_EQ(RootText("<a>] ]] ]>] ]]</a>"), "] ]] ]>] ]]");
+}
+
+TEST(XmlReader, TellsNamesApartThatAreAlikeInLengthAndInSomeLetters) {
+  const XmlReader reader("<abcde abcde='1' aXcXe='2'><aXcXe/><abcde/></abcde>");
+  ASSERT_FALSE(reader.GetErrorsOccurred());
+  const XmlNode& root = *reader.GetRoot();
+  EXPECT_EQ(Str(root.name), "abcde");
+  EXPECT_EQ(Str(root.first_attribute->name), "abcde");
+  EXPECT_EQ(Str(root.first_attribute->next->name), "aXcXe");
+  EXPECT_EQ(Str(root.first_child->name), "aXcXe");
+  EXPECT_EQ(Str(root.first_child->next_sibling->name), "abcde");
+}
+
 TEST(XmlReader, ReplacesEntitiesThatTheDocumentDeclares) {
   EXPECT_EQ(RootText("<!DOCTYPE a [<!ENTITY who 'world'>]><a>hello &who;</a>"), "hello world");
 }
