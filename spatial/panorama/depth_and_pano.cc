@@ -9,17 +9,19 @@ namespace nimbara {
 namespace spatial {
 
 void ParseDepthAndPano(const QByteArray& xml, PanoramaData* data) {
-  if (data == nullptr || (data->depthmap != nullptr && data->panomap != nullptr)) {
-    return;
+  if (data != nullptr && (data->depthmap == nullptr || data->panomap == nullptr)) {
+    ReadDepthAndPano(XmlReader(xml).GetRoot(), data);
   }
-  const XmlReader reader(xml);
+}
+
+void ReadDepthAndPano(XmlNode* root, PanoramaData* data) {
   if (data->depthmap == nullptr) {
     data->set_depthmap(
-        DepthMapXMLParser::ReadCompressedDepthMapData(FindMapText(reader, DepthMapPath())));
+        DepthMapXMLParser::ReadCompressedDepthMapData(FindMapText(root, DepthMapPath())));
   }
   if (data->panomap == nullptr) {
     data->set_panomap(
-        PanoMapXMLParser::ReadCompressedPanoMapData(FindMapText(reader, PanoMapPath())));
+        PanoMapXMLParser::ReadCompressedPanoMapData(FindMapText(root, PanoMapPath())));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <QByteArray>
 
 #include "base/export.h"
+#include "host/xml.h"
 #include "spatial/panorama/panorama_data.h"
 
 namespace nimbara {
@@ -13,6 +14,9 @@ namespace spatial {
 /// that it has is neither parsed again nor replaced; one that cannot be read stays null, whatever
 /// becomes of the other. Runs on the thread that `data` belongs to. A null `data` does nothing.
 PELORIN_EXPORT void ParseDepthAndPano(const QByteArray& xml, PanoramaData* data);
+
+/// The same for an answer that has been read already. A null `root` gives no maps.
+void ReadDepthAndPano(XmlNode* root, PanoramaData* data);
 
 }  // namespace spatial
 }  // namespace nimbara

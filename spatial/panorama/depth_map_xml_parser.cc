@@ -42,7 +42,7 @@ Plane<double> ReadPlane(const char* bytes) {
 }  // namespace
 
 DepthMap* DepthMapXMLParser::ParseDepthMap(const QByteArray& xml) {
-  return ReadCompressedDepthMapData(FindMapText(XmlReader(xml), DepthMapPath()));
+  return ReadCompressedDepthMapData(FindMapText(XmlReader(xml).GetRoot(), DepthMapPath()));
 }
 
 DepthMap* DepthMapXMLParser::ReadCompressedDepthMapData(const QByteArray& text) {

@@ -23,6 +23,15 @@ std::size_t CellCount(const char* header) {
          std::size_t{qFromLittleEndian<quint16>(header + 5)};
 }
 
+// Without a way out in the middle, so that it goes many bytes at a time.
+bool IsAscii(const QByteArray& text) {
+  int bits = 0;
+  for (const char c : text) {
+    bits |= c;
+  }
+  return (bits & 0x80) == 0;
+}
+
 // Puts zeros behind the `size` bytes that a stream has given, as far as any reader of the payload
 // will look. The rest of the buffer is as long as the memory clear of a whole map, and nobody reads
 // it.
@@ -40,12 +49,13 @@ void ClearBehind(std::size_t size, QByteArray* bytes) {
 
 }  // namespace
 
-QByteArray FindMapText(const XmlReader& reader, const QString& path) {
-  if (reader.GetErrorsOccurred()) {
+QByteArray FindMapText(XmlNode* root, const QString& path) {
+  const XmlNode* const node = XmlPathFinder().Find(root, path);
+  if (node == nullptr) {
     return QByteArray();
   }
-  const XmlNode* const node = XmlPathFinder().Find(reader.GetRoot(), path);
-  return node == nullptr ? QByteArray() : node->text.ToString().toLatin1();
+  const QByteArray utf8(node->text.data, node->text.size);
+  return IsAscii(utf8) ? utf8 : QString::fromUtf8(utf8).toLatin1();
 }
 
 QByteArray InflateMapText(const QByteArray& text, int capacity) {

@@ -25,9 +25,9 @@ inline QString PanoMapPath() {
   return QStringLiteral("panorama/model/pano_map");
 }
 
-/// The text, in Latin-1, of the element at `path` of the answer in `reader`. No bytes if the answer
-/// is not well-formed or has no such element.
-QByteArray FindMapText(const XmlReader& reader, const QString& path);
+/// The text, in Latin-1, of the element at `path` from `root`, the root of an answer. No bytes if
+/// there is no such element, nor for a null `root`, which an answer that is not well-formed has.
+QByteArray FindMapText(XmlNode* root, const QString& path);
 
 /// The stream in the Base64 `text`, inflated into exactly `capacity` bytes, at least 8. Behind its
 /// end stand zeros, as far as a payload with its header can be read; what lies farther is

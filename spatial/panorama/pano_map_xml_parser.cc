@@ -17,7 +17,7 @@ constexpr std::size_t kPositionSize = 8;
 }  // namespace
 
 PanoMap* PanoMapXMLParser::ParsePanoMap(const QByteArray& xml) {
-  return ReadCompressedPanoMapData(FindMapText(XmlReader(xml), PanoMapPath()));
+  return ReadCompressedPanoMapData(FindMapText(XmlReader(xml).GetRoot(), PanoMapPath()));
 }
 
 PanoMap* PanoMapXMLParser::ReadCompressedPanoMapData(const QByteArray& text) {

@@ -97,39 +97,39 @@ bool PanoramaFetcher::FetchMetaData(double lat, double lng, double radius, const
 }
 
 QUrl PanoramaFetcher::CreateUrl(const QString& pano_id) const {
-  return MetaDataUrl({{Text("output"), Text("xml")},
-                      {Text("panoid"), pano_id},
-                      {Text("pl_client"), Text(kPLClient)},
-                      {Text("dm"), Text("1")},
-                      {Text("pm"), Text("1")},
-                      {Text("v"), Text(kLoggingVersion)}});
+  return MetaDataUrl({{QStringLiteral("output"), QStringLiteral("xml")},
+                      {QStringLiteral("panoid"), pano_id},
+                      {QStringLiteral("pl_client"), Text(kPLClient)},
+                      {QStringLiteral("dm"), QStringLiteral("1")},
+                      {QStringLiteral("pm"), QStringLiteral("1")},
+                      {QStringLiteral("v"), Text(kLoggingVersion)}});
 }
 
 QUrl PanoramaFetcher::CreateUrl(double lat, double lng, double radius,
                                 const QString& level_id) const {
-  QueryItems items{{Text("output"), Text("xml")},
-                   {Text("ll"), Coordinate(lat) + Text(",") + Coordinate(lng)}};
+  QueryItems items{{QStringLiteral("output"), QStringLiteral("xml")},
+                   {QStringLiteral("ll"), Coordinate(lat) + QStringLiteral(",") + Coordinate(lng)}};
   // The number itself decides, not what it rounds to: 0.25 asks for a radius of 0.
   if (radius > 0.0) {
-    items.append({Text("radius"), QString::number(WholeMetres(radius))});
+    items.append({QStringLiteral("radius"), QString::number(WholeMetres(radius))});
   }
   if (!level_id.isEmpty()) {
-    items.append({Text("level_id"), level_id});
+    items.append({QStringLiteral("level_id"), level_id});
   }
-  items.append({Text("dm"), Text("1")});
-  items.append({Text("pm"), Text("1")});
-  items.append({Text("pl_client"), Text(kPLClient)});
-  items.append({Text("v"), Text(kLoggingVersion)});
+  items.append({QStringLiteral("dm"), QStringLiteral("1")});
+  items.append({QStringLiteral("pm"), QStringLiteral("1")});
+  items.append({QStringLiteral("pl_client"), Text(kPLClient)});
+  items.append({QStringLiteral("v"), Text(kLoggingVersion)});
   return MetaDataUrl(items);
 }
 
 QUrl PanoramaFetcher::CreateUrl(const MapTile& tile) const {
-  return MetaDataUrl({{Text("output"), Text("metatile")},
-                      {Text("x"), QString::number(tile.x)},
-                      {Text("y"), QString::number(tile.y)},
-                      {Text("zoom"), QString::number(tile.zoom)},
-                      {Text("pl_client"), Text(kPLClient)},
-                      {Text("v"), Text(kLoggingVersion)}});
+  return MetaDataUrl({{QStringLiteral("output"), QStringLiteral("metatile")},
+                      {QStringLiteral("x"), QString::number(tile.x)},
+                      {QStringLiteral("y"), QString::number(tile.y)},
+                      {QStringLiteral("zoom"), QString::number(tile.zoom)},
+                      {QStringLiteral("pl_client"), Text(kPLClient)},
+                      {QStringLiteral("v"), Text(kLoggingVersion)}});
 }
 
 bool PanoramaFetcher::IsFetching(const QUrl& url) {

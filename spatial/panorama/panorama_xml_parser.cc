@@ -163,13 +163,29 @@ void ReadLevels(const XmlNode& panorama, PanoramaData* record) {
   }
 }
 
-// The maps are read from the answer's root, so that a record inside a list can have none: reading
-// the whole answer again for each of its records would find nothing and take quadratic time.
-void ReadMaps(XmlNode* panorama, const QByteArray& xml, PanoramaData* record) {
-  if (panorama->parent == nullptr &&
-      XmlPathFinder().Find(panorama, QStringLiteral("panorama/model/depth_map")) != nullptr) {
-    ParseDepthAndPano(xml, record);
+// The maps are read from the answer's root, so that a record inside a list can have none: looking
+// for them in the whole answer for each of its records would find nothing and take quadratic time.
+bool HasMaps(XmlNode* panorama) {
+  return panorama->parent == nullptr &&
+         XmlPathFinder().Find(panorama, QStringLiteral("panorama/model/depth_map")) != nullptr;
+}
+
+// The record without its maps; null if there is none.
+RefPtr<PanoramaData> ReadRecord(XmlNode* node) {
+  const XmlNode* const properties = FindChild(node, "panorama", "data_properties");
+  if (properties == nullptr) {
+    return nullptr;
   }
+  RefPtr<PanoramaData> record(new (HeapManager::GetDynamicHeap())
+                                  PanoramaData(Attribute(*properties, "pano_id")));
+  ReadDataProperties(*properties, record.get());
+  const XmlNode* const projection = FindChild(node, "panorama", "projection_properties");
+  if (projection != nullptr) {
+    ReadProjection(*projection, record.get());
+  }
+  ReadLinks(*node, record.get());
+  ReadLevels(*node, record.get());
+  return record;
 }
 
 }  // namespace
@@ -188,28 +204,22 @@ void PanoramaXMLParser::Parse(const QByteArray& xml, mmvector<RefPtr<PanoramaDat
     node = finder.Find(reader.GetRoot(), QStringLiteral("/panorama"));
   }
   for (; node != nullptr; node = node->next_sibling) {
-    RefPtr<PanoramaData> record = ParsePanorama(node, xml);
-    if (record) {
-      result->push_back(std::move(record));
+    RefPtr<PanoramaData> record = ReadRecord(node);
+    if (!record) {
+      continue;
     }
+    if (HasMaps(node)) {
+      ReadDepthAndPano(node, record.get());  // The answer's tree is at hand, so it is read once.
+    }
+    result->push_back(std::move(record));
   }
 }
 
 RefPtr<PanoramaData> PanoramaXMLParser::ParsePanorama(XmlNode* node, const QByteArray& xml) {
-  const XmlNode* const properties = FindChild(node, "panorama", "data_properties");
-  if (properties == nullptr) {
-    return nullptr;
+  RefPtr<PanoramaData> record = ReadRecord(node);
+  if (record && HasMaps(node)) {
+    ParseDepthAndPano(xml, record.get());
   }
-  RefPtr<PanoramaData> record(new (HeapManager::GetDynamicHeap())
-                                  PanoramaData(Attribute(*properties, "pano_id")));
-  ReadDataProperties(*properties, record.get());
-  const XmlNode* const projection = FindChild(node, "panorama", "projection_properties");
-  if (projection != nullptr) {
-    ReadProjection(*projection, record.get());
-  }
-  ReadLinks(*node, record.get());
-  ReadLevels(*node, record.get());
-  ReadMaps(node, xml, record.get());
   return record;
 }
 
