@@ -94,8 +94,10 @@ class Round final : public IPanoramaFetchObserver {
     StartNext();
     std::lock_guard<std::mutex> hold(mutex_);
     delivered_ += delivered ? 1 : 0;
-    ++ended_;
-    changed_.notify_all();
+    // Only the last wakes the waiting thread, which would take a core at every record otherwise.
+    if (++ended_ == Town::Get().ids.size()) {
+      changed_.notify_all();
+    }
   }
 
   PanoramaFetcher* fetcher_;
