@@ -316,8 +316,7 @@ Vector3<double> AnimatedShapeDecoder::ReadDoubleVec3() {
 }
 
 bool AnimatedShapeDecoder1::DecodeShape(Shape* shape, AnimationSet* animation_set) {
-  if (shape == nullptr || animation_set == nullptr || !ReadHeader() ||
-      !DecodeAnimationSet(animation_set)) {
+  if (animation_set == nullptr || !ReadHeader() || !DecodeAnimationSet(animation_set)) {
     return false;
   }
   const auto starts_at = [this](std::size_t i) {

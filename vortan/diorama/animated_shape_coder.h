@@ -158,7 +158,8 @@ class PELORIN_EXPORT AnimatedShapeDecoder1 : public AnimatedShapeDecoder {
  public:
   /// False for a header or an animation that cannot be read, where neither the byte behind the
   /// animation nor the one after it is the "S" of a shape stream, and for any shape that is not of
-  /// version 3. The set may have been filled by then. False for null.
+  /// version 3. The set may have been filled by then. False for a null set; for a null shape the
+  /// set is filled and the shape's own decoder makes its fatal entry.
   bool DecodeShape(geometry3d::Shape* shape, geometry3d::AnimationSet* animation_set) override;
 
  private:

@@ -144,7 +144,8 @@ bool ShapeEncoder3::EncodeOffsetIndices(const std::vector<int>& indices,
   auto last_delimiter = static_cast<std::uint32_t>(kNotYet);
   auto position = static_cast<std::uint32_t>(*next_index);
   BitRunWriter run(encoder_.mutable_bits());
-  for (std::size_t done = 0; done < indices.size();) {
+  bool good = true;
+  for (std::size_t done = 0; good && done < indices.size();) {
     const std::size_t end = std::min(indices.size(), done + kBlock);
     run.MakeRoom((end - done) * offset_codes::kMaxBits);
     // Room for the block, should all of it be new.
@@ -167,7 +168,8 @@ bool ShapeEncoder3::EncodeOffsetIndices(const std::vector<int>& indices,
         offset = position - last_delimiter;
         last_delimiter = position;
       } else {
-        return false;
+        good = false;
+        break;
       }
       CheckOffset(static_cast<int>(offset));
       offset_codes::Put(offset, &run);
@@ -175,7 +177,7 @@ bool ShapeEncoder3::EncodeOffsetIndices(const std::vector<int>& indices,
     order->resize(static_cast<std::size_t>(new_entry - order->data()));
   }
   *next_index = static_cast<int>(position);
-  return true;
+  return good;
 }
 
 template <typename ValueType>

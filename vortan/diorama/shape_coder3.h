@@ -33,7 +33,7 @@ class PELORIN_EXPORT ShapeEncoder3 : public ShapeEncoder {
   bool EncodeShape(const geometry3d::Shape& shape) override;
 
   /// Positions in the shape's pools in the order of their first use, which is the order in the
-  /// stream.
+  /// stream. Where encoding failed, those of the indices before that.
   const std::vector<int>& point_order() const { return point_order_; }
   const std::vector<int>& normal_order() const { return normal_order_; }
   const std::vector<int>& tex_coord_order() const { return tex_coord_order_; }
@@ -48,8 +48,8 @@ class PELORIN_EXPORT ShapeEncoder3 : public ShapeEncoder {
   /// fails that is used again.
   bool EncodeOffsetIndices(const std::vector<int>& indices, std::vector<int>* index_map,
                            int* next_index, std::vector<int>* order);
-  /// Fatal check "factor>0", behind which it is false. `order` comes from `EncodeOffsetIndices`, so
-  /// each of its entries is a position in `values`.
+  /// `order` comes from `EncodeOffsetIndices`, so each of its entries is a position in `values`.
+  /// Fatal check "factor>0", which no precision that passes fails.
   template <typename ValueType>
   bool EncodeValues(const std::vector<ValueType>& values, int quantization_bits,
                     const std::vector<int>& order);

@@ -9,6 +9,7 @@
 
 #include "tests/support/log_recorder.h"
 #include "tests/util/geometry3d/mesh/animation_samples.h"
+#include "tests/vortan/diorama/stream_fields.h"
 
 namespace vortan {
 namespace {
@@ -21,12 +22,15 @@ using geometry3d::ITransformModifier;
 using geometry3d::ITransformValue;
 using geometry3d::Keyframe;
 using geometry3d::RotationAngleModifier;
+using geometry3d::RotationAxisAngleModifier;
+using geometry3d::RotationTransformValue;
 using geometry3d::Shape;
 using geometry3d::TranslationTransformModifier;
 using geometry3d::TranslationTransformValue;
 using test_support::AnimationText;
 using test_support::FillUp;
 using test_support::LogRecorder;
+using test_support::StreamFields;
 using Lines = std::vector<std::string>;
 
 template <std::size_t N>
@@ -88,6 +92,53 @@ TEST(AnimatedShapeEncoder, WritesTheIdBeforeTheList) {
   EXPECT_EQ(reader.ReadVarInt(4), 3);
   EXPECT_EQ(reader.ReadVarUInt(4), 1u);
   EXPECT_EQ(reader.ReadVarUInt(4), 5u);
+}
+
+// Two channels with all kinds of rotations, and each number another one.
+void FillRotations(AnimationSet* set) {
+  auto* const turn = new AnimationChannel(2, new RotationTransformValue({1, 2, 3}, {4, 5, 6}, 7));
+  turn->mutable_keyframes()->push_back(
+      new Keyframe(8, new RotationAxisAngleModifier({9, 10, 11}, 12)));
+  auto* const swing = new AnimationChannel(-3, new TranslationTransformValue({13, 14, 15}));
+  swing->mutable_keyframes()->push_back(new Keyframe(16, new RotationAngleModifier(17)));
+  swing->mutable_keyframes()->push_back(new Keyframe(18, new RotationAngleModifier(19)));
+  auto* const animation = new Animation("");
+  animation->mutable_channels()->push_back(turn);
+  animation->mutable_channels()->push_back(swing);
+  set->mutable_animations()->push_back(animation);
+}
+
+std::string RotationFields() {
+  StreamFields fields;
+  const auto doubles = [&fields](int first, int last) {
+    for (int number = first; number <= last; ++number) {
+      fields.Double(number);
+    }
+  };
+  fields.Bits(17729, 16).Bits(1, 16).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 1).VarUInt(2, 4);
+  fields.VarInt(2, 4).VarInt(1, 4);
+  doubles(1, 7);
+  fields.VarUInt(1, 4).VarInt(3, 4);
+  doubles(8, 12);
+  fields.VarInt(-3, 4).VarInt(0, 4);
+  doubles(13, 15);
+  fields.VarUInt(2, 4).VarInt(2, 4);
+  doubles(16, 19);
+  return fields.Stream() + std::string("SE\3\0\0\0\0\0", 8);
+}
+
+TEST(AnimatedShapeEncoder, WritesTheNumbersOfRotationsInOrder) {
+  AnimationSet set;
+  FillRotations(&set);
+  EXPECT_EQ(Encode(set), RotationFields());
+}
+
+TEST(AnimatedShapeDecoder, ReadsTheNumbersOfRotationsInOrder) {
+  AnimationSet expected;
+  FillRotations(&expected);
+  AnimationSet set;
+  ASSERT_TRUE(Decode(RotationFields(), &set));
+  EXPECT_EQ(AnimationText::Of(set), AnimationText::Of(expected));
 }
 
 TEST(AnimatedShapeEncoder, CutsListEntriesTo32BitsThatReadBackWithASign) {
@@ -295,15 +346,24 @@ TEST(AnimatedShapeDecoder, RefusesAVersionThatItReadsItself) {
                                "kMaxCodecVersion 7<=1"});
 }
 
-TEST(AnimatedShapeDecoder, RefusesToDecodeWithoutABufferOrAPlaceForTheResult) {
+TEST(AnimatedShapeDecoder, RefusesToDecodeWithoutABufferOrASet) {
   AnimatedShapeDecoder1 decoder;
   Shape shape;
   AnimationSet set;
   EXPECT_FALSE(decoder.DecodeShape(&shape, &set));
   const std::string buffer = Bytes(kUp);
   decoder.set_buffer(buffer);
-  EXPECT_FALSE(decoder.DecodeShape(nullptr, &set));
   EXPECT_FALSE(decoder.DecodeShape(&shape, nullptr));
+}
+
+TEST(AnimatedShapeDecoder, MakesTheEntryOfTheShapeDecoderForNoShapeWithTheSetFilled) {
+  AnimationSet expected;
+  FillUp(&expected);
+  AnimationSet set;
+  const LogRecorder log;
+  EXPECT_FALSE(AnimatedShapeDecoder::DecodeFromBuffer(Bytes(kUp), nullptr, &set));
+  EXPECT_EQ(AnimationText::Of(set), AnimationText::Of(expected));
+  EXPECT_EQ(log.lines(), Lines{"3 Check failed: shape"});
 }
 
 TEST(AnimatedShapeDecoder, RefusesShapesOfVersionsOneAndTwoWithTheSetFilled) {

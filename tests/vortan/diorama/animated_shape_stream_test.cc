@@ -59,7 +59,7 @@ TEST(AnimatedShapeStream, BringsRandomAnimationsBackBitForBit) {
   }
 }
 
-TEST(AnimatedShapeStream, FailsForEveryPrefixThatEndsBeforeTheShape) {
+TEST(AnimatedShapeStream, FailsForEveryPrefixThatEndsBeforeTheHeaderOfTheShape) {
   RandomAnimation random(kStartingNumber);
   for (int round = 0; round < 20; ++round) {
     AnimationSet set;
@@ -67,7 +67,7 @@ TEST(AnimatedShapeStream, FailsForEveryPrefixThatEndsBeforeTheShape) {
     random.Fill(&set);
     const std::string stream = Encode(set);
     const std::size_t shape_start = stream.size() - 8;
-    for (std::size_t size = 0; size <= shape_start; ++size) {
+    for (std::size_t size = 0; size < shape_start + 4; ++size) {
       AnimationSet decoded;
       EXPECT_FALSE(DecodeDamaged(stream.substr(0, size), &decoded)) << size;
     }

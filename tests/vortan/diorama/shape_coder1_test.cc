@@ -34,6 +34,22 @@ TEST(ShapeCoder1, WritesATriangleInSeventyFourBytes) {
                    0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00}));
 }
 
+// All fields of a material but the last one are whole bytes, so they can be read off the stream.
+TEST(ShapeCoder1, WritesAMaterialInFiftyFiveBytesOfVersionTwo) {
+  Shape shape;
+  test_support::AddFullMaterial(&shape);
+  EXPECT_EQ(Encoder(2).Stream(shape),
+            Bytes({0x53, 0x45, 0x02, 0x00,                          // magic, version
+                   0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // no points, no normals
+                   0x00, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00,  // no coordinates, one material
+                   0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08,  // ambient, diffuse
+                   0x09, 0x80, 0x06, 0x00,                          // specular, shininess, length
+                   0x61, 0x00, 0x2E, 0x70, 0x6E, 0x67,              // texture name
+                   0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0xFF,              // emissive, transparent
+                   0x33, 0x01,                 // transparency; double-sided in one bit
+                   0x00, 0x00, 0x00, 0x00}));  // behind it no index sets
+}
+
 TEST(ShapeCoder1, WritesTheFieldsOfATriangleInOrder) {
   StreamFields fields;
   fields.Header(1);
@@ -380,6 +396,13 @@ TEST(ShapeCoder1, ChargesEachSectionToItsCounter) {
   SetFullPrecision(&encoder);
   encoder.Stream(shape);
   EXPECT_EQ(encoder.stats().AsString(), "161 29 31 25 20 24 14 14 1 2 2 3 6 6 6");
+}
+
+// The count of index sets is charged by the first of them.
+TEST(ShapeCoder1, ChargesTheCountOfNoIndexSetsToNoCounter) {
+  Encoder encoder;
+  encoder.Stream(Shape());
+  EXPECT_EQ(encoder.stats().AsString(), "24 4 4 4 4 0 0 0 0 0 0 0 0 0 0");
 }
 
 TEST(ShapeCoder1, LeavesTheCountersBehindAFailureAtZero) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -257,6 +258,35 @@ TEST(ShapeCoder3, RefusesIndicesOutsideTheirPool) {
     *shape.index_sets()[0]->mutable_point_indices() = {0, index, 1};
     EXPECT_FALSE(Encoder().EncodeShape(shape)) << index;
   }
+}
+
+TEST(ShapeCoder3, HoldsInItsOrderOnlyWhatItWroteBeforeAFailure) {
+  Shape shape;
+  test_support::MakeTriangle(&shape);
+  *shape.index_sets()[0]->mutable_point_indices() = {2, 2, 0, -2, 1};
+  Encoder encoder;
+  EXPECT_FALSE(encoder.EncodeShape(shape));
+  EXPECT_EQ(encoder.point_order(), (std::vector<int>{2, 0}));
+  StreamFields fields;
+  fields.Header(3).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 4).VarInt(-1, 4).VarUInt(5, 4);
+  fields.VarUInt(0, 1).VarUInt(1, 1).VarUInt(0, 1);
+  EXPECT_EQ(encoder.Written().size(), (fields.bits() + 7) / 8);
+}
+
+TEST(ShapeCoder3, RefusesTwoToTheTwentyFourUsedEntriesBeforeTheirCount) {
+  Shape shape;
+  std::vector<int>* const indices = shape.AddNewIndexSet()->mutable_tex_coord_indices();
+  shape.mutable_tex_coords()->resize(1 << 24);
+  indices->resize(1 << 24);
+  std::iota(indices->begin(), indices->end(), 0);
+  Encoder failing;
+  EXPECT_FALSE(failing.EncodeShape(shape));
+  StreamFields fields;
+  fields.Header(3).VarUInt(0, 4).VarUInt(1, 4).VarUInt(0, 4).VarInt(-1, 4).VarUInt(0, 4);
+  fields.VarUInt(0, 4).VarUInt(1 << 24, 4).VarUInt(0, 4).VarUInt(0, 4);
+  EXPECT_EQ(failing.Written().size(), (fields.bits() + 2 * (1 << 24) + 7) / 8);
+  indices->pop_back();
+  EXPECT_TRUE(Encoder().EncodeShape(shape));
 }
 
 TEST(ShapeCoder3, TakesPrecisionsOfThirtyTwoDownToOneFraction) {

@@ -60,6 +60,41 @@ TEST(ShapeDecoder3, LeavesZerosBehindAnOffsetThatItRefuses) {
   EXPECT_EQ(shape.index_sets().at(0)->point_indices(), (std::vector<int>{0, 1, 0, 0, 0}));
 }
 
+TEST(ShapeDecoder3, ReadsPoolsThatItsEncoderNeverWrites) {
+  StreamFields fields;
+  fields.Header(3).VarUInt(0, 4).VarUInt(0, 4);
+  // Entries that no index refers to; a width of 31, one of 0 and one wider than the numbers need.
+  fields.VarUInt(2, 4).Bits(0x3F, 6).VarInt(-5, 4).VarInt(7, 4).VarInt(0x3FFFFFFF, 4);
+  fields.Bits(31, 5).Bits(0, 5).Bits(12, 5);
+  fields.Bits(0x7FFFFFFF, 31).Bits(1, 12).Bits(3, 31).Bits(0, 12);
+  // The fewest bits, for one entry.
+  fields.VarUInt(1, 4).Bits(0x20, 6).VarInt(1, 4).VarInt(0, 4).VarInt(-1, 4).Bits(0, 15);
+  fields.VarUInt(0, 4);
+  Decoder decoder(fields.Stream());
+  Shape shape;
+  ASSERT_TRUE(decoder.DecodeShape(&shape));
+  EXPECT_EQ(decoder.point_bits(), -1);
+  ASSERT_EQ(shape.points().size(), 2u);
+  EXPECT_EQ(shape.points()[0].x, 2.0 * (0x7FFFFFFF - 5));
+  EXPECT_EQ(shape.points()[0].y, 14.0);
+  EXPECT_EQ(shape.points()[0].z, 2.0 * 0x40000000);
+  EXPECT_EQ(shape.points()[1].x, -4.0);
+  EXPECT_EQ(decoder.normal_bits(), -32);
+  ASSERT_EQ(shape.normals().size(), 1u);
+  EXPECT_EQ(shape.normals()[0].x, 4294967296.0f);
+  EXPECT_EQ(shape.normals()[0].z, -4294967296.0f);
+}
+
+TEST(ShapeDecoder3, AddsTheMinimumModuloTwoToTheThirtyTwo) {
+  StreamFields fields;
+  fields.Header(3).VarUInt(0, 4).VarUInt(0, 4).VarUInt(1, 4).Bits(0, 6);
+  fields.VarInt((1 << 30) - 1, 4).VarInt(0, 4).VarInt(0, 4).Bits(31, 5).Bits(0, 10);
+  fields.Bits(0x7FFFFFFF, 31).VarUInt(0, 4).VarUInt(0, 4);
+  Shape shape;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(fields.Stream(), &shape));
+  EXPECT_EQ(shape.points().at(0).x, -1073741826.0);
+}
+
 TEST(ShapeDecoder3, ReadsZeroOffsetsWhereAnArrayIsCutOff) {
   Shape shape;
   test_support::MakeTriangle(&shape);

@@ -115,6 +115,19 @@ TEST_P(ShapeStream, BringsEveryVertexBackWithinHalfAStep) {
   }
 }
 
+TEST_P(ShapeStream, MayBeFollowedByAnything) {
+  RandomShape random(kStart);
+  Shape shape;
+  random.Fill(&shape);
+  test_support::AddFullMaterial(&shape);
+  const std::string stream = Encoded(shape, GetParam(), 6);
+  Shape alone;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(stream, &alone));
+  Shape followed;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(stream + std::string(100, '\xFF'), &followed));
+  EXPECT_TRUE(test_support::SameShapes(followed, alone));
+}
+
 TEST_P(ShapeStream, DecodesAsTheTwinDoesWhereverItIsCut) {
   for (unsigned round = 0; round < 25; ++round) {
     RandomShape random(kStart + round);

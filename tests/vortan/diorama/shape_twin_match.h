@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/util/coding/bit_twins.h"
 #include "tests/vortan/diorama/shape_coder_twin.h"
 #include "vortan/diorama/shape_coder.h"
 
@@ -56,13 +57,15 @@ Ending EndingOf(const Decode& decode) {
 }
 
 /// Decodes `stream`, which begins with a header of ours and something behind it, from a block of
-/// its own, so that a sanitizer sees the first byte behind it. Whether that ends as with the twin,
-/// with the same shape.
+/// exactly its size. Whether that ends as with the twin, with the same shape.
 inline bool DecodesAsItsTwin(const std::string& stream, std::size_t budget_bytes) {
-  const std::unique_ptr<const std::string> exact(new std::string(stream.begin(), stream.end()));
+  const ExactBytes exact(stream);
+  const std::unique_ptr<vortan::ShapeDecoder> decoder(
+      vortan::ShapeDecoder::CreateDecoder(vortan::ShapeDecoder::GetCodecVersionFromBuffer(stream)));
+  decoder->set_allocation_budget(budget_bytes);
+  decoder->set_buffer(exact.data(), exact.size());
   geometry3d::Shape shape;
-  const Ending ending = EndingOf(
-      [&] { return vortan::ShapeDecoder::DecodeFromBuffer(*exact, &shape, budget_bytes); });
+  const Ending ending = EndingOf([&] { return decoder->DecodeShape(&shape); });
   geometry3d::Shape expected;
   const Ending expected_ending =
       EndingOf([&] { return ShapeDecoderTwin(stream, budget_bytes).Decode(&expected); });
