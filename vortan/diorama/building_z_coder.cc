@@ -5,11 +5,12 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "base/logging.h"
 #include "strings/stringprintf.h"
 #include "util/geometry3d/mesh/rounding.h"
+#include "vortan/diorama/packed_indices.h"
+#include "vortan/diorama/quantized_pool.h"
 
 namespace vortan {
 namespace {
@@ -34,46 +35,6 @@ double Factor(int point_bits) {
   PELORIN_CHECK_GT(factor, 0);
   return factor;
 }
-
-// Coordinates may be as far apart as the numbers reach: differences and sums wrap.
-int Difference(int a, int b) {
-  return static_cast<int>(static_cast<unsigned>(a) - static_cast<unsigned>(b));
-}
-
-// A hint for `count` fields of `width` bits in all. One that an int does not hold is cut: there is
-// still less than a quarter of a gigabyte to be copied then.
-void ReserveFields(std::size_t count, int width, BinaryEncoder* encoder) {
-  const auto bits = static_cast<std::int64_t>(count) * width;
-  encoder->Reserve(
-      static_cast<int>(std::min<std::int64_t>(bits, std::numeric_limits<int>::max() - 64)));
-}
-
-// Gathers fields of up to 32 bits in a register and hands them on 32 bits at a time: a list of
-// narrow fields is then written faster than field by field. The last of them go with the
-// destructor.
-class FieldPacker {
- public:
-  explicit FieldPacker(BinaryEncoder* encoder) : encoder_(encoder) {}
-  ~FieldPacker() { encoder_->WriteBits(static_cast<int>(word_), filled_); }
-  FieldPacker(const FieldPacker&) = delete;
-  FieldPacker& operator=(const FieldPacker&) = delete;
-
-  // `value` has no bits beyond `width`.
-  void Put(int value, int width) {
-    word_ |= std::uint64_t{static_cast<unsigned>(value)} << filled_;
-    filled_ += width;
-    if (filled_ >= 32) {
-      encoder_->WriteBits(static_cast<int>(word_), 32);
-      word_ >>= 32;
-      filled_ -= 32;
-    }
-  }
-
- private:
-  BinaryEncoder* encoder_;
-  std::uint64_t word_ = 0;
-  int filled_ = 0;  // Below 32 between calls.
-};
 
 // Resizes a list by its count in the stream; whether any elements follow. A count of 2^31 or more
 // is negative and becomes a size that no list can have.
@@ -152,32 +113,21 @@ bool BuildingZEncoder::EncodePoints(const std::vector<Vector2<double>>& points) 
   WriteVarUInt(static_cast<int>(points.size()), kGroupBits);
   if (!points.empty()) {
     const double factor = point_factor();
-    Vector2<int> min = (points.front() * factor).IRound();
-    Vector2<int> max = min;
-    for (const Vector2<double>& point : points) {
-      const Vector2<int> q = (point * factor).IRound();
-      min = Vector2<int>(std::min(min.x, q.x), std::min(min.y, q.y));
-      max = Vector2<int>(std::max(max.x, q.x), std::max(max.y, q.y));
-    }
-    const int x_bits = BitsRequired(Difference(max.x, min.x));
-    const int y_bits = BitsRequired(Difference(max.y, min.y));
-    if (min.x >= kMinimumLimit || min.y >= kMinimumLimit) {
+    const auto at = [&](std::size_t i) -> const Vector2<double>& { return points[i]; };
+    const auto range = quantized_pool::Measure<Vector2<double>>(at, points.size(), factor);
+    if (std::max(range.min[0], range.min[1]) >= kMinimumLimit) {
       return false;
     }
-    WriteVarInt(min.x, kGroupBits);
-    WriteVarInt(min.y, kGroupBits);
-    if (x_bits > kMaxWidth || y_bits > kMaxWidth) {
+    for (const std::int32_t min : range.min) {
+      WriteVarInt(min, kGroupBits);
+    }
+    if (std::max(range.width(0), range.width(1)) > kMaxWidth) {
       return false;
     }
-    WriteUInt(x_bits, kWidthBits);
-    WriteUInt(y_bits, kWidthBits);
-    ReserveFields(points.size(), x_bits + y_bits, this);
-    FieldPacker packer(this);
-    for (const Vector2<double>& point : points) {
-      const Vector2<int> q = (point * factor).IRound();
-      packer.Put(Difference(q.x, min.x), x_bits);
-      packer.Put(Difference(q.y, min.y), y_bits);
+    for (const int width : range.widths()) {
+      WriteUInt(width, kWidthBits);
     }
+    quantized_pool::Write<Vector2<double>>(at, points.size(), factor, range, this);
   }
   RegisterStat(&stats_.point_bytes);
   stats_.point_count += static_cast<int>(points.size());
@@ -215,11 +165,7 @@ bool BuildingZEncoder::EncodeTriangleIndices(const std::vector<int>& indices) {
     // At most 31, since the sign bit is clear: every width fits its field.
     const int bits = BitsRequired(*largest);
     WriteUInt(bits, kWidthBits);
-    ReserveFields(indices.size(), bits, this);
-    FieldPacker packer(this);
-    for (const int index : indices) {
-      packer.Put(index, bits);
-    }
+    packed_indices::Write(indices, 0, bits, this);
   }
   RegisterStat(&stats_.triangle_bytes);
   stats_.triangle_index_count += static_cast<int>(indices.size());
@@ -277,15 +223,16 @@ bool BuildingZDecoder::DecodePoints(std::vector<Vector2<double>>* points) {
   if (!ResizeByCount(this, points)) {
     return true;
   }
-  const unsigned min_x = static_cast<unsigned>(ReadVarInt(kGroupBits));
-  const unsigned min_y = static_cast<unsigned>(ReadVarInt(kGroupBits));
-  const int x_bits = static_cast<int>(ReadUInt(kWidthBits));
-  const int y_bits = static_cast<int>(ReadUInt(kWidthBits));
-  const double factor = point_factor();
-  for (Vector2<double>& point : *points) {
-    point.x = static_cast<int>(ReadUInt(x_bits) + min_x) / factor;
-    point.y = static_cast<int>(ReadUInt(y_bits) + min_y) / factor;
+  quantized_pool::Packing<2> packing;
+  for (std::int32_t& min : packing.min) {
+    min = ReadVarInt(kGroupBits);
   }
+  for (int& width : packing.widths) {
+    width = static_cast<int>(ReadUInt(kWidthBits));
+  }
+  const double factor = point_factor();
+  const auto to_scalar = [factor](std::int32_t q) { return q / factor; };
+  quantized_pool::Read(packing, to_scalar, points, this);
   return true;
 }
 
@@ -309,9 +256,7 @@ bool BuildingZDecoder::DecodeTriangleIndices(std::vector<int>* triangle_indices)
   }
   if (ResizeByCount(this, triangle_indices)) {
     const int bits = static_cast<int>(ReadUInt(kWidthBits));
-    for (int& index : *triangle_indices) {
-      index = static_cast<int>(ReadUInt(bits));
-    }
+    packed_indices::Read(0, bits, triangle_indices, this);
   }
   return true;
 }

@@ -12,13 +12,13 @@
 #include "util/geometry3d/mesh/vector.h"
 #include "vortan/diorama/binary_coder.h"
 
-/// What the shape formats have in common: a pool of vectors is quantised to integers, of which each
-/// component is stored as its distance from the smallest one, in as few bits as the range of that
-/// component takes.
+/// What shapes and buildings have in common: a pool of vectors is quantised to integers, of which
+/// each component is stored as its distance from the smallest one, in as few bits as the range of
+/// that component takes.
 namespace vortan::quantized_pool {
 
-/// The widest component that can be stored.
-constexpr int kMaxWidth = 30;
+/// The widest component that the shape formats store.
+constexpr int kMaxShapeWidth = 30;
 
 /// How many numbers a vector has, and of which type.
 template <typename Vector>
@@ -93,7 +93,7 @@ std::size_t Sum(const std::array<int, kSize>& widths) {
   return static_cast<std::size_t>(std::accumulate(widths.begin(), widths.end(), 0));
 }
 
-/// Writes the distances of all entries from `range.min`. No width is above `kMaxWidth`.
+/// Writes the distances of all entries from `range.min`.
 template <typename Vector, typename At>
 void Write(const At& at, std::size_t count, Scalar<Vector> factor,
            const Range<VectorTraits<Vector>::kSize>& range, BinaryEncoder* encoder) {

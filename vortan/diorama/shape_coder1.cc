@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "base/logging.h"
-#include "util/coding/bit_run.h"
+#include "vortan/diorama/packed_indices.h"
 #include "vortan/diorama/quantized_pool.h"
 
 namespace vortan {
@@ -48,7 +48,7 @@ bool WriteSection(const std::vector<Vector>& pool, int bits, quantized_pool::Sca
     encoder->WriteInt(min, 32);
   }
   for (std::size_t k = 0; k < range.min.size(); ++k) {
-    if (range.width(k) > quantized_pool::kMaxWidth) {
+    if (range.width(k) > quantized_pool::kMaxShapeWidth) {
       return false;
     }
   }
@@ -228,11 +228,7 @@ bool ShapeEncoder1::EncodeIndices(const std::vector<int>& indices) {
     return false;
   }
   encoder_.WriteUInt(bits, 5);
-  BitRunWriter run(encoder_.mutable_bits());
-  run.MakeRoom(static_cast<std::size_t>(bits) * indices.size());
-  for (const int index : indices) {
-    run.Put(quantized_pool::Difference(index, *min), bits);
-  }
+  packed_indices::Write(indices, *min, bits, &encoder_);
   return true;
 }
 
@@ -341,23 +337,9 @@ bool ShapeDecoder1::DecodeIndices(std::vector<int>* indices) {
   if (indices->empty()) {
     return true;
   }
-  const std::uint32_t min = decoder_.ReadUInt(32);
+  const int min = decoder_.ReadInt(32);
   const int bits = static_cast<int>(decoder_.ReadUInt(5));
-  std::size_t done = 0;
-  if (decoder_.mutable_bits() != nullptr) {
-    BitRunReader run(decoder_.mutable_bits());
-    const std::uint32_t mask = (std::uint32_t{1} << bits) - 1;
-    const std::size_t end =
-        std::min(indices->size(), run.fields_left(static_cast<std::size_t>(bits)));
-    for (; done < end; ++done) {
-      (*indices)[done] = static_cast<int>(min + (static_cast<std::uint32_t>(run.Peek()) & mask));
-      run.Consume(bits);
-    }
-  }
-  // The last bytes of the stream, and what is missing behind them.
-  for (; done < indices->size(); ++done) {
-    (*indices)[done] = static_cast<int>(min + decoder_.ReadUInt(bits));
-  }
+  packed_indices::Read(min, bits, indices, &decoder_);
   return true;
 }
 

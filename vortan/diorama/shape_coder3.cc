@@ -205,7 +205,7 @@ bool ShapeEncoder3::EncodeValues(const std::vector<ValueType>& values, int quant
     encoder_.WriteVarInt(min, kCountGroup);
   }
   for (std::size_t k = 0; k < range.min.size(); ++k) {
-    if (range.width(k) > quantized_pool::kMaxWidth) {
+    if (range.width(k) > quantized_pool::kMaxShapeWidth) {
       return false;
     }
     encoder_.WriteUInt(range.width(k), 5);
