@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/logging.h"
+#include "vortan/diorama/stream_header.h"
 
 namespace vortan {
 namespace {
@@ -33,7 +34,6 @@ constexpr int kGroupBits = 4;
 // The only shapes that can follow an animation when it is read.
 constexpr int kShapeCodecVersion = 3;
 constexpr char kShapeMagicStart = 'S';
-constexpr std::size_t kMinBufferSize = 5;
 
 void WriteCount(std::size_t count, BinaryEncoder* encoder) {
   encoder->WriteVarUInt(static_cast<int>(count), kGroupBits);
@@ -262,13 +262,7 @@ AnimatedShapeDecoder* AnimatedShapeDecoder::CreateDecoder(int codec_version) {
 }
 
 int AnimatedShapeDecoder::GetCodecVersionFromBuffer(const std::string& buffer) {
-  if (buffer.size() < kMinBufferSize) {
-    return -1;
-  }
-  const auto word = [&buffer](std::size_t i) {
-    return static_cast<unsigned char>(buffer[i]) | static_cast<unsigned char>(buffer[i + 1]) << 8;
-  };
-  return word(0) == AnimatedShapeEncoder::kMagicSignature ? word(2) : -1;
+  return VersionInHeader(buffer, AnimatedShapeEncoder::kMagicSignature);
 }
 
 bool AnimatedShapeDecoder::DecodeFromBuffer(const std::string& buffer, Shape* shape,

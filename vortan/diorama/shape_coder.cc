@@ -11,11 +11,10 @@
 #include "strings/stringprintf.h"
 #include "vortan/diorama/shape_coder1.h"
 #include "vortan/diorama/shape_coder3.h"
+#include "vortan/diorama/stream_header.h"
 
 namespace vortan {
 namespace {
-
-constexpr std::size_t kHeaderBytes = 4;
 
 // The highest number of `bits` bits as a float, which for 25 bits and more is the next power of 2.
 float FullRange(int bits) {
@@ -147,13 +146,7 @@ ShapeDecoder* ShapeDecoder::CreateDecoder(int codec_version) {
 }
 
 int ShapeDecoder::GetCodecVersionFromBuffer(const std::string& buffer) {
-  if (buffer.size() <= kHeaderBytes) {
-    return -1;
-  }
-  const auto word = [&](std::size_t at) {
-    return static_cast<unsigned char>(buffer[at]) | static_cast<unsigned char>(buffer[at + 1]) << 8;
-  };
-  return word(0) == ShapeEncoder::kMagicSignature ? word(2) : -1;
+  return VersionInHeader(buffer, ShapeEncoder::kMagicSignature);
 }
 
 bool ShapeDecoder::DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape,

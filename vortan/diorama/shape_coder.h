@@ -150,6 +150,7 @@ class PELORIN_EXPORT ShapeDecoder {
   /// The stream to decode. It is not copied and must outlive the decoding. Of one of more than
   /// 2^31 - 1 bytes only those are read.
   void set_buffer(const std::string& buffer);
+  void set_buffer(std::string&&) = delete;
   /// The same for `size` bytes at `data`, such as the end of a longer stream.
   void set_buffer(const char* data, std::size_t size);
 
