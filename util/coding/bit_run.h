@@ -62,6 +62,9 @@ class BitRunWriter {
   }
 
   void End() {
+    if (!has_stored_) {
+      return;
+    }
     const std::size_t bytes = static_cast<std::size_t>(cursor_ - start_);
     const std::size_t bits = bytes * 8 + static_cast<std::size_t>(count_);
     // The encoder has whole words of its own among its bytes, and the rest in hand.
@@ -70,11 +73,9 @@ class BitRunWriter {
     for (std::size_t i = stored; i < bytes; ++i) {
       word |= std::uint64_t{static_cast<unsigned char>(start_[i])} << (i - stored) * 8;
     }
-    if (has_stored_) {
-      // Behind its bytes an encoder has zeros.
-      StoreLittleEndian(std::uint64_t{0}, start_ + stored);
-      StoreLittleEndian(std::uint64_t{0}, cursor_);
-    }
+    // Behind its bytes an encoder has zeros.
+    StoreLittleEndian(std::uint64_t{0}, start_ + stored);
+    StoreLittleEndian(std::uint64_t{0}, cursor_);
     encoder_->bits_ = static_cast<std::uint32_t>(word);
     encoder_->num_bits_ = static_cast<int>(bits % 32);
     encoder_->encoder_.Skip(stored);
@@ -86,7 +87,7 @@ class BitRunWriter {
   // Below `count_` bits in hand, fewer than 8 between two fields; the others are zero.
   std::uint64_t word_ = 0;
   int count_ = 0;
-  // Whether bytes from `start_` on were written.
+  // Whether bytes from `start_` on were written; until then the encoder is as it was.
   bool has_stored_ = false;
 };
 
