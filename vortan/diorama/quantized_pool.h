@@ -127,56 +127,70 @@ struct Packing {
   std::array<int, kSize> widths;
 };
 
-/// Reads all entries of `*values`: each component is the sum of its smallest value and the distance
-/// read, modulo 2^32, made a number by `to_scalar`.
+/// Reads one entry, whose distances `next_bits(width)` gives one by one: each component is the sum
+/// of its smallest value and the distance, modulo 2^32, made a number by `to_scalar`.
+template <typename Vector, typename ToScalar, typename NextBits>
+void ReadEntry(const Packing<VectorTraits<Vector>::kSize>& packing, const ToScalar& to_scalar,
+               const NextBits& next_bits, Vector* entry) {
+  const auto component = [&](std::size_t k) {
+    const std::uint32_t distance = next_bits(packing.widths[k]);
+    return to_scalar(
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(packing.min[k]) + distance));
+  };
+  entry->x = component(0);
+  entry->y = component(1);
+  if constexpr (VectorTraits<Vector>::kSize == 3) {
+    entry->z = component(2);
+  }
+}
+
+inline std::uint32_t LowBits(std::uint64_t word, int width) {
+  return static_cast<std::uint32_t>(word & ((std::uint64_t{1} << width) - 1));
+}
+
+/// Reads the first entries of `*values`, as many as can be had in one run; how many.
+template <typename Vector, typename ToScalar>
+std::size_t ReadRun(const Packing<VectorTraits<Vector>::kSize>& packing, const ToScalar& to_scalar,
+                    std::vector<Vector>* values, BitDecoder* bits) {
+  BitRunReader run(bits);
+  const std::size_t entry_bits = Sum(packing.widths);
+  const std::size_t count = std::min(values->size(), run.fields_left(entry_bits));
+  if (entry_bits <= BitRunReader::kPeekBits) {
+    for (std::size_t i = 0; i < count; ++i) {
+      std::uint64_t word = run.Peek();
+      const auto next_bits = [&](int width) {
+        const std::uint32_t distance = LowBits(word, width);
+        word >>= width;
+        return distance;
+      };
+      ReadEntry(packing, to_scalar, next_bits, &(*values)[i]);
+      run.Consume(static_cast<int>(entry_bits));
+    }
+    return count;
+  }
+  const auto next_bits = [&](int width) {
+    const std::uint32_t distance = LowBits(run.Peek(), width);
+    run.Consume(width);
+    return distance;
+  };
+  for (std::size_t i = 0; i < count; ++i) {
+    ReadEntry(packing, to_scalar, next_bits, &(*values)[i]);
+  }
+  return count;
+}
+
+/// Reads all entries of `*values`.
 template <typename Vector, typename ToScalar>
 void Read(const Packing<VectorTraits<Vector>::kSize>& packing, const ToScalar& to_scalar,
           std::vector<Vector>* values, BinaryDecoder* decoder) {
-  const auto read = [&](const auto& next_bits, Vector* value) {
-    const auto component = [&](std::size_t k) {
-      const std::uint32_t distance = next_bits(packing.widths[k]);
-      return to_scalar(
-          static_cast<std::int32_t>(static_cast<std::uint32_t>(packing.min[k]) + distance));
-    };
-    value->x = component(0);
-    value->y = component(1);
-    if constexpr (VectorTraits<Vector>::kSize == 3) {
-      value->z = component(2);
-    }
-  };
   std::size_t done = 0;
   if (decoder->mutable_bits() != nullptr) {
-    BitRunReader run(decoder->mutable_bits());
-    const std::size_t entry_bits = Sum(packing.widths);
-    const std::size_t end = std::min(values->size(), run.fields_left(entry_bits));
-    const bool in_one_peek = entry_bits <= BitRunReader::kPeekBits;
-    for (; done < end; ++done) {
-      if (in_one_peek) {
-        std::uint64_t word = run.Peek();
-        read(
-            [&](int width) {
-              const auto bits =
-                  static_cast<std::uint32_t>(word & ((std::uint64_t{1} << width) - 1));
-              word >>= width;
-              return bits;
-            },
-            &(*values)[done]);
-        run.Consume(static_cast<int>(entry_bits));
-      } else {
-        read(
-            [&](int width) {
-              const auto bits =
-                  static_cast<std::uint32_t>(run.Peek() & ((std::uint64_t{1} << width) - 1));
-              run.Consume(width);
-              return bits;
-            },
-            &(*values)[done]);
-      }
-    }
+    done = ReadRun(packing, to_scalar, values, decoder->mutable_bits());
   }
   // The last bytes of the stream, and what is missing behind them.
+  const auto next_bits = [decoder](int width) { return decoder->ReadBits(width); };
   for (; done < values->size(); ++done) {
-    read([&](int width) { return decoder->ReadBits(width); }, &(*values)[done]);
+    ReadEntry(packing, to_scalar, next_bits, &(*values)[done]);
   }
 }
 
