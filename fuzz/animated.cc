@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::size_t kBudget = std::size_t{1} << 20;
+constexpr std::size_t kBudget = std::size_t{1} << 15;
 
 void Require(bool condition) {
   if (!condition) {

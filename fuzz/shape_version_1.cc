@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   std::string stream{'S', 'E', static_cast<char>(1 + data[0] % 2), '\0'};
   stream.append(reinterpret_cast<const char*>(data) + 1, size - 1);
-  if (!test_support::DecodesAsItsTwin(stream, 1 << 18)) {
+  if (!test_support::DecodesAsItsTwin(stream, 1 << 15)) {
     std::abort();
   }
   return 0;

@@ -10,7 +10,7 @@
 #include "tests/vortan/diorama/shape_twin_match.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  constexpr std::size_t kBudget = 1 << 18;
+  constexpr std::size_t kBudget = 1 << 15;
   if (size < 1) {
     return 0;
   }
