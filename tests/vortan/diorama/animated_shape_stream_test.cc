@@ -23,7 +23,7 @@ using test_support::FillUp;
 using test_support::RandomAnimation;
 
 constexpr unsigned kStartingNumber = 20261121;
-constexpr std::size_t kBudget = std::size_t{1} << 20;
+constexpr std::size_t kBudget = std::size_t{1} << 16;
 
 std::string Encode(const AnimationSet& set) {
   std::string buffer;

@@ -24,7 +24,7 @@ using test_support::FillHouse;
 using test_support::FillRandomBuilding;
 
 constexpr unsigned kStartingNumber = 20261121;
-constexpr std::size_t kBudget = std::size_t{1} << 20;
+constexpr std::size_t kBudget = std::size_t{1} << 16;
 
 std::string Encode(const BuildingZ& building, int point_bits) {
   BuildingZEncoder encoder;

@@ -23,7 +23,7 @@ using test_support::RandomShape;
 using vortan::ShapeDecoder;
 using vortan::ShapeEncoder;
 constexpr unsigned kStart = 20261121;
-constexpr std::size_t kBudget = 1 << 20;
+constexpr std::size_t kBudget = 1 << 16;
 
 std::string Encoded(const Shape& shape, int version, int bits) {
   const std::unique_ptr<ShapeEncoder> encoder(ShapeEncoder::CreateEncoder(version));
