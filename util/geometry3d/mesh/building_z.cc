@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "util/geometry3d/mesh/building_z.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include "base/logging.h"
+#include "util/geometry3d/mesh/owned_list.h"
 
 namespace geometry3d {
 
@@ -20,12 +21,7 @@ void PolygonZ::CopyFrom(const PolygonZ& polygon) {
 }
 
 bool PolygonZ::IsEqual(const PolygonZ& polygon) const {
-  const auto same_place = [](const Vector2<double>& a, const Vector2<double>& b) {
-    return a.x == b.x && a.y == b.y;
-  };
-  return std::equal(points_.begin(), points_.end(), polygon.points_.begin(), polygon.points_.end(),
-                    same_place) &&
-         contour_sizes_ == polygon.contour_sizes_ &&
+  return points_ == polygon.points_ && contour_sizes_ == polygon.contour_sizes_ &&
          triangle_indices_ == polygon.triangle_indices_ && z_ == polygon.z_;
 }
 
@@ -34,23 +30,17 @@ BuildingZ::~BuildingZ() {
 }
 
 PolygonZ* BuildingZ::AddNewPolygon() {
-  auto polygon = std::make_unique<PolygonZ>();
+  std::unique_ptr<PolygonZ> polygon(new (std::nothrow) PolygonZ);
   PELORIN_CHECK(polygon);
-  polygons_.push_back(polygon.get());
-  return polygon.release();
+  return mesh_internal::Own(std::move(polygon), &polygons_);
 }
 
 void BuildingZ::RemovePolygon(int index) {
-  // A negative index becomes one that no vector reaches.
-  delete polygons_.at(static_cast<std::size_t>(index));
-  polygons_.erase(polygons_.begin() + index);
+  mesh_internal::DeleteAt(index, &polygons_);
 }
 
 void BuildingZ::Clear() {
-  for (PolygonZ* const polygon : polygons_) {
-    delete polygon;
-  }
-  polygons_.clear();
+  mesh_internal::DeleteAll(&polygons_);
 }
 
 void BuildingZ::CopyFrom(const BuildingZ& building) {
@@ -62,9 +52,7 @@ void BuildingZ::CopyFrom(const BuildingZ& building) {
 }
 
 bool BuildingZ::IsEqual(const BuildingZ& building) const {
-  return std::equal(polygons_.begin(), polygons_.end(), building.polygons_.begin(),
-                    building.polygons_.end(),
-                    [](const PolygonZ* a, const PolygonZ* b) { return a->IsEqual(*b); });
+  return mesh_internal::AllEqual(polygons_, building.polygons_);
 }
 
 }  // namespace geometry3d

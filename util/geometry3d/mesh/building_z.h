@@ -61,7 +61,8 @@ class PELORIN_EXPORT BuildingZ {
   BuildingZ& operator=(const BuildingZ&) = delete;
 
   const std::vector<PolygonZ*>& polygons() const { return polygons_; }
-  /// A new, empty polygon behind the others. Fatal check "polygon".
+  /// A new, empty polygon behind the others. Fatal check "polygon" where there is no memory for it;
+  /// then throws std::bad_alloc, the building being as before.
   PolygonZ* AddNewPolygon();
   /// Deletes the polygon at `index`, 0 up to the number of polygons less one, and closes the gap;
   /// any other `index` throws std::out_of_range.

@@ -5,47 +5,20 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "base/logging.h"
 #include "util/geometry3d/mesh/append.h"
+#include "util/geometry3d/mesh/owned_list.h"
 
 namespace geometry3d {
+
+using mesh_internal::AllEqual;
+using mesh_internal::DeleteAll;
+using mesh_internal::DeleteAt;
+using mesh_internal::Own;
+
 namespace {
-
-template <typename T>
-void DeleteAll(std::vector<T*>* list) {
-  for (const T* element : *list) {
-    delete element;
-  }
-  list->clear();
-}
-
-// Puts a new element at the end of a list of `shape`.
-template <typename T>
-T* Own(std::unique_ptr<T> element, Shape* shape, std::vector<T*>* list) {
-  if (element == nullptr) {
-    throw std::bad_alloc();
-  }
-  element->set_shape(shape);
-  list->push_back(element.get());
-  return element.release();
-}
-
-template <typename T>
-void DeleteAt(int index, std::vector<T*>* list) {
-  // A negative index is no position of any list either.
-  T*& element = list->at(static_cast<std::size_t>(index));
-  delete element;
-  list->erase(list->begin() + index);
-}
-
-template <typename T>
-bool AllEqual(const std::vector<T*>& some, const std::vector<T*>& others) {
-  return std::equal(some.begin(), some.end(), others.begin(), others.end(),
-                    [](const T* a, const T* b) {
-                      return a == nullptr || b == nullptr ? a == b : a->IsEqual(*b);
-                    });
-}
 
 template <typename T>
 bool AllValid(const std::vector<T*>& list, std::string* error_msg) {
@@ -106,13 +79,17 @@ void Shape::Clear() {
 Material* Shape::AddNewMaterial() {
   std::unique_ptr<Material> material(new (std::nothrow) Material);
   PELORIN_CHECK(material);
-  return Own(std::move(material), this, &materials_);
+  Material* const added = Own(std::move(material), &materials_);
+  added->set_shape(this);
+  return added;
 }
 
 IndexSet* Shape::AddNewIndexSet() {
   std::unique_ptr<IndexSet> index_set(new (std::nothrow) IndexSet);
   PELORIN_CHECK(index_set);
-  return Own(std::move(index_set), this, &index_sets_);
+  IndexSet* const added = Own(std::move(index_set), &index_sets_);
+  added->set_shape(this);
+  return added;
 }
 
 Material* Shape::AppendMaterial(const Material& material) {

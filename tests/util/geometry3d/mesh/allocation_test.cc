@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/log_recorder.h"
+#include "util/geometry3d/mesh/building_z.h"
 #include "util/geometry3d/mesh/shape.h"
 
 namespace {
@@ -42,6 +43,16 @@ TEST(ShapeAllocation, TellsAndThrowsWhereThereIsNoMemory) {
   EXPECT_TRUE(shape.materials().empty());
   EXPECT_TRUE(shape.index_sets().empty());
   EXPECT_EQ(log.lines(), Lines({"3 Check failed: material", "3 Check failed: index_set"}));
+}
+
+TEST(BuildingAllocation, TellsAndThrowsWhereThereIsNoMemory) {
+  const test_support::LogRecorder log;
+  BuildingZ building;
+  memory_is_out = true;
+  EXPECT_THROW(building.AddNewPolygon(), std::bad_alloc);
+  memory_is_out = false;
+  EXPECT_TRUE(building.polygons().empty());
+  EXPECT_EQ(log.lines(), Lines({"3 Check failed: polygon"}));
 }
 
 }  // namespace
