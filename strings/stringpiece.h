@@ -94,10 +94,10 @@ class PELORIN_EXPORT StringPiece {
 };
 
 inline bool operator==(StringPiece a, StringPiece b) {
-  return a.compare(b) == 0;
+  return a.size() == b.size() && a.compare(b) == 0;
 }
 inline bool operator!=(StringPiece a, StringPiece b) {
-  return a.compare(b) != 0;
+  return !(a == b);
 }
 inline bool operator<(StringPiece a, StringPiece b) {
   return a.compare(b) < 0;

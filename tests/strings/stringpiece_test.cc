@@ -142,6 +142,12 @@ TEST(StringPieceHash, IsTheHashWithItsOwnSeed) {
   EXPECT_EQ(hash(StringPiece()), Hash32StringWithSeed("", 0, 314159265));
 }
 
+TEST(StringPieceHash, KeepsOneNumberFreeForTheContainers) {
+  const char* const text = "x/QGo1OY{aF";
+  ASSERT_EQ(Hash32StringWithSeed(text, 11, 314159265), 0xffffffff);
+  EXPECT_EQ(std::hash<StringPiece>()(text), 0xfffffffe);
+}
+
 TEST(StringPieceHash, ServesHashContainers) {
   const std::string text = "a,b";
   const std::unordered_set<StringPiece> set = {StringPiece(text).substr(0, 1), "c"};

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#ifdef __SSE2__
+#ifdef __x86_64__
 #include <emmintrin.h>
 #endif
 
@@ -15,7 +15,7 @@ namespace mesh_internal {
 /// the even one, as a 64-bit integer cut to its low 32 bits: 4294967297.4 is 1. A NaN and numbers
 /// beyond 64 bits give 0.
 inline int RoundAndCut(double value) {
-#ifdef __SSE2__
+#ifdef __x86_64__
   // One instruction, where lrint is a call that minds errno. What does not fit is a lone top bit.
   const std::int64_t rounded = _mm_cvtsd_si64(_mm_set_sd(value));
 #else

@@ -32,8 +32,7 @@ class PELORIN_EXPORT ShapePrimitiveIterator
   bool Next();
   /// To the primitive of position `first`, entered there. A delimiter counts to the primitive
   /// before it. Fatal check "first >= 0 && first < index_set_->point_indices().size()", behind
-  /// which the iterator stands where no entries are to be had, unless the array's last primitive
-  /// would reach so far.
+  /// which it seeks all the same; entries that the array does not have throw.
   void Seek(int first);
 
   /// Positions in this primitive; 0 for an empty one, between two delimiters, and at the end.

@@ -90,6 +90,13 @@ TEST(BBox, MultipliesFloatsInFloat) {
   EXPECT_EQ(box.GetWidth(), static_cast<double>(0.1f));
 }
 
+TEST(BBox, SubtractsFloatsInFloat) {
+  const BBox3<float> box(Vector3<float>(0.1f, 0, 0), Vector3<float>(1e8f, 0, 0));
+  // The difference 99999999.9 has no float.
+  EXPECT_EQ(box.GetWidth(), 1e8);
+  EXPECT_EQ(box.GetMaxDimensionSize(), 1e8);
+}
+
 TEST(BBox, AddsFloatCornersInFloatForTheCentre) {
   const float low = 16777216.0f;
   const BBox3<float> box(Vector3<float>(1.0f, 0, 0), Vector3<float>(low, 0, 0));

@@ -142,6 +142,35 @@ TEST_F(IndexSetValidate, TellsMinusTwoInAStrip) {
   EXPECT_EQ(Fault(), "Point index out of range");
 }
 
+TEST_F(IndexSetValidate, TellsOneOfManyFaultsByTheirOrder) {
+  set_->set_shape(nullptr);
+  set_->set_format(6);
+  set_->set_material_index(2);
+  *set_->mutable_point_indices() = {0, 1, 5, 0};
+  *set_->mutable_normal_indices() = {3};
+  EXPECT_EQ(Fault(), "Invalid Material, has no shape");
+  set_->set_shape(&shape_);
+  EXPECT_EQ(Fault(), "Invalid format");
+  set_->set_format(IndexSet::kTriangles);
+  EXPECT_EQ(Fault(), "Invalid material index");
+  set_->set_material_index(1);
+  EXPECT_EQ(Fault(), "Index set has a textured material but no texture coordinates.");
+  set_->mutable_tex_coord_indices()->push_back(2);
+  EXPECT_EQ(Fault(), "Invalid point_indices size");
+  set_->mutable_point_indices()->pop_back();
+  EXPECT_EQ(Fault(), "Invalid normal_indices size");
+  set_->mutable_normal_indices()->resize(3);
+  EXPECT_EQ(Fault(), "Invalid tex_coord_indices size");
+  set_->mutable_tex_coord_indices()->resize(3);
+  EXPECT_EQ(Fault(), "Point index out of range");
+  set_->mutable_point_indices()->at(2) = 4;
+  EXPECT_EQ(Fault(), "Normal index out of range");
+  set_->mutable_normal_indices()->at(0) = 2;
+  EXPECT_EQ(Fault(), "TexCoord index out of range");
+  set_->mutable_tex_coord_indices()->at(0) = 1;
+  EXPECT_EQ(Fault(), "");
+}
+
 TEST_F(IndexSetValidate, LeavesTheReasonAloneWhenValid) {
   std::string reason = "before";
   EXPECT_TRUE(set_->Validate(&reason));

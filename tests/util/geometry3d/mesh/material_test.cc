@@ -98,6 +98,14 @@ TEST(Material, IsValidWithAShape) {
   EXPECT_EQ(reason, "before");
 }
 
+TEST(Material, IsValidInAnotherShapeThanTheOneItPointsAt) {
+  Shape shape;
+  Shape other;
+  shape.AddNewMaterial()->set_shape(&other);
+  std::string reason;
+  EXPECT_TRUE(shape.Validate(&reason)) << reason;
+}
+
 TEST(Material, IsInvalidWithoutAShape) {
   std::string reason;
   EXPECT_FALSE(Material().Validate(&reason));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -30,15 +31,20 @@ void Fill(int format, const Indices& indices, IndexSet* set) {
   *set->mutable_point_indices() = indices;
 }
 
-// The positions of each primitive, entered where the iterator enters it.
+// The positions of the present primitive, from where it is entered.
+Indices RingOf(const ShapePrimitiveIterator& it) {
+  Indices positions;
+  for (int i = 0; i < it.GetSize(); ++i) {
+    positions.push_back(it.GetIndex(i));
+  }
+  return positions;
+}
+
+// Those of each primitive.
 Primitives Positions(const IndexSet& set) {
   Primitives primitives;
   for (ShapePrimitiveIterator it(&set); !it.Done(); it.Next()) {
-    Indices positions;
-    for (int i = 0; i < it.GetSize(); ++i) {
-      positions.push_back(it.GetIndex(i));
-    }
-    primitives.push_back(positions);
+    primitives.push_back(RingOf(it));
   }
   return primitives;
 }
@@ -133,8 +139,7 @@ TEST(ShapePrimitiveIterator, RotatesTheRingBySeekInThePresentPrimitive) {
   ShapePrimitiveIterator it(&set);
   it.Seek(2);
   EXPECT_EQ(it.GetSize(), 4);
-  EXPECT_EQ(Indices({it.GetIndex(0), it.GetIndex(1), it.GetIndex(2), it.GetIndex(3)}),
-            Indices({2, 3, 0, 1}));
+  EXPECT_EQ(RingOf(it), Indices({2, 3, 0, 1}));
   EXPECT_EQ(it.GetPointIndex(0), 7);
   // The entry stays chosen in the next one.
   it.Next();
@@ -147,9 +152,9 @@ TEST(ShapePrimitiveIterator, SeeksTheTriangleOfAPosition) {
   ShapePrimitiveIterator it(&set);
   it.Seek(7);
   EXPECT_EQ(it.GetSize(), 3);
-  EXPECT_EQ(Indices({it.GetIndex(0), it.GetIndex(1), it.GetIndex(2)}), Indices({7, 8, 6}));
+  EXPECT_EQ(RingOf(it), Indices({7, 8, 6}));
   it.Seek(1);
-  EXPECT_EQ(Indices({it.GetIndex(0), it.GetIndex(1), it.GetIndex(2)}), Indices({1, 2, 0}));
+  EXPECT_EQ(RingOf(it), Indices({1, 2, 0}));
 }
 
 TEST(ShapePrimitiveIterator, SeeksTheStartOfAFanFromItsMiddle) {
@@ -158,8 +163,7 @@ TEST(ShapePrimitiveIterator, SeeksTheStartOfAFanFromItsMiddle) {
   ShapePrimitiveIterator it(&set);
   it.Seek(6);
   EXPECT_EQ(it.GetSize(), 4);
-  EXPECT_EQ(Indices({it.GetIndex(0), it.GetIndex(1), it.GetIndex(2), it.GetIndex(3)}),
-            Indices({6, 7, 4, 5}));
+  EXPECT_EQ(RingOf(it), Indices({6, 7, 4, 5}));
   it.Seek(1);
   EXPECT_EQ(it.GetSize(), 3);
   EXPECT_EQ(it.GetIndex(0), 1);
@@ -285,6 +289,37 @@ TEST(ShapePrimitiveIterator, VisitsWhatAPlainSplitGives) {
       std::sort(positions.begin(), positions.end());
     }
     ASSERT_EQ(walked, SplitTwin(indices)) << round;
+  }
+}
+
+TEST(ShapePrimitiveIterator, SeeksWhatAPlainSplitGives) {
+  std::mt19937 random(20261121);
+  for (int round = 0; round < 500; ++round) {
+    Indices indices(1 + random() % 20);
+    for (int& index : indices) {
+      index = static_cast<int>(random() % 4) - 1;
+    }
+    IndexSet set;
+    Fill(IndexSet::kTriangleStrip, indices, &set);
+    const Primitives primitives = SplitTwin(indices);
+    ShapePrimitiveIterator it(&set);
+    for (int seeks = 0; seeks < 10; ++seeks) {
+      const auto first = static_cast<std::ptrdiff_t>(random() % indices.size());
+      it.Seek(static_cast<int>(first));
+      // As many delimiters stand before a position as primitives end there.
+      const auto before = std::count(indices.begin(), indices.begin() + first, -1);
+      Indices expected = primitives[static_cast<std::size_t>(before)];
+      if (indices[static_cast<std::size_t>(first)] != -1) {
+        std::rotate(expected.begin(), std::find(expected.begin(), expected.end(), first),
+                    expected.end());
+        ASSERT_EQ(RingOf(it), expected) << round;
+      } else {
+        ASSERT_EQ(it.GetSize(), static_cast<int>(expected.size())) << round;
+      }
+      if (random() % 3 == 0) {
+        it.Next();
+      }
+    }
   }
 }
 

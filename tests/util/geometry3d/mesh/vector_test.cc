@@ -89,9 +89,10 @@ TEST(Vector, RoundsAsTheStandardLibraryDoes) {
 }
 
 TEST(Vector, NormalizesByOneOverTheLength) {
-  const Vector3<float> v = Vector3<float>(1.0f, 2.0f, 4.0f).Normalize();
-  const float inverse = 1.0f / std::sqrt(21.0f);
-  EXPECT_EQ(v, Vector3<float>(1.0f * inverse, 2.0f * inverse, 4.0f * inverse));
+  // A division by the length, squares summed in another order, in `double` or without rounding each
+  // product: any of these gives other numbers here.
+  EXPECT_EQ(Vector3<float>(8.3f, 4.1f, 2.2f).Normalize(),
+            Vector3<float>(0x1.be9cp-1f, 0x1.b93a8p-2f, 0x1.d98378p-3f));
 }
 
 TEST(Vector, NormalizesZeroToZero) {
