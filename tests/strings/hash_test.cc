@@ -44,6 +44,13 @@ TEST(Hash32, IsThePublishedFunctionForSevenBitText) {
   }
 }
 
+TEST(Hash32, GivesTheNumbersOfAnotherImplementationOfThePublishedFunction) {
+  EXPECT_EQ(Hash32("a", 0), 703514648u);
+  EXPECT_EQ(Hash32("abcdefghijk", 0), 3844836940u);
+  EXPECT_EQ(Hash32("hello world!", 0), 516731539u);
+  EXPECT_EQ(Hash32("hello world!hello world", 0), 3611752645u);
+}
+
 TEST(Hash32, TakesTheBytesOfWholeWordsAsSigned) {
   std::mt19937 random(kSeed);
   for (unsigned length = 0; length <= 100; ++length) {
