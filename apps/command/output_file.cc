@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "apps/command/partial_files.h"
 
@@ -23,6 +25,18 @@ Outcome CannotWrite(const std::string& path, int error) {
 Outcome AlreadyThere(const std::string& path) {
   return Outcome::Fail(ExitCode::kWrongUsage, "is already there", path,
                        "give --overwrite to replace it");
+}
+
+/// Where the links of `path` end, whether there is a file or not; a link of a circle stays a link.
+/// Renaming a new file to a link would put it in the place of the link and leave the old file.
+std::string EndOfLinks(std::filesystem::path path) {
+  constexpr int kMostLinks = 40;  // As many as the system follows.
+  std::error_code none;
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, none); ++i) {
+    const std::filesystem::path target = std::filesystem::read_symlink(path, none);
+    path = path.parent_path() / target;  // The whole of an absolute one.
+  }
+  return path.string();
 }
 
 /// What a new file gets: the mode of the file that it replaces, otherwise what the user's mask
@@ -49,7 +63,7 @@ OutputFile::~OutputFile() {
 }
 
 Outcome OutputFile::Open(const std::string& path, bool overwrite) {
-  path_ = path;
+  path_ = path == "-" ? path : EndOfLinks(path);
   replace_ = overwrite;
   if (path == "-") {
     descriptor_ = STDOUT_FILENO;
@@ -59,16 +73,19 @@ Outcome OutputFile::Open(const std::string& path, bool overwrite) {
     return outcome;
   }
   struct stat there {};
-  const bool exists = stat(path.c_str(), &there) == 0;
+  const bool exists = stat(path_.c_str(), &there) == 0;
   if (exists && !S_ISREG(there.st_mode)) {
-    descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    descriptor_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
     owns_descriptor_ = descriptor_ >= 0;
-    return owns_descriptor_ ? Outcome::Done() : CannotWrite(path, errno);
+    return owns_descriptor_ ? Outcome::Done() : CannotWrite(path_, errno);
   }
-  std::string beside = path + ".XXXXXX";
+  if (!exists && errno == ELOOP) {
+    return CannotWrite(path_, ELOOP);
+  }
+  std::string beside = path_ + ".XXXXXX";
   descriptor_ = mkostemp(beside.data(), O_CLOEXEC);
   if (descriptor_ < 0) {
-    return CannotWrite(path, errno);
+    return CannotWrite(path_, errno);
   }
   owns_descriptor_ = true;
   partial_path_ = beside;

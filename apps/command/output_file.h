@@ -9,8 +9,8 @@
 namespace pelorin {
 namespace command {
 
-/// One output of a verb. A file is written beside its final place and renamed at the end, so that a
-/// failed or interrupted run leaves the old file whole; "-" is standard output. For one thread.
+/// One output of a verb. A file is written beside its final place, behind all links, and gets its
+/// name at last: a run that fails leaves the old file whole. "-" is standard output. One thread.
 ///
 /// ```
 /// OutputFile out;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -167,11 +168,20 @@ Outcome Report(const JpegDateFlags& flags, const std::vector<PhotoPath>& paths,
       !outcome.ok()) {
     return outcome;
   }
+  if (format == "kml" && std::none_of(photos.begin(), photos.end(), [](const Photo& photo) {
+        return photo.facts.place.has_value();
+      })) {
+    session.Tell("no file says where it was taken, so the map is empty");
+  }
   const std::size_t failures = TellFailures(photos, flags.require);
   const bool any_date = std::any_of(photos.begin(), photos.end(),
                                     [](const Photo& photo) { return photo.has_date(); });
   if (failures == 0 && !is_list && !any_date) {
-    return Outcome::Fail(ExitCode::kNothingFound, "no acquisition date there", paths.front().path);
+    return paths.size() == 1 ? Outcome::Fail(ExitCode::kNothingFound, "no acquisition date there",
+                                             paths.front().path)
+                             : Outcome::Fail(ExitCode::kNothingFound,
+                                             "no acquisition date in any of " +
+                                                 std::to_string(paths.size()) + " files");
   }
   return EndOfRun(failures, photos.size());
 }

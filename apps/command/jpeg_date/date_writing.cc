@@ -47,7 +47,10 @@ Outcome PrepareWriting(const DateWriting& writing, const std::vector<PhotoPath>&
                            path, "write them into different folders");
     }
     if (Outcome outcome = CheckMayWrite(path, writing.overwrite); !outcome.ok()) {
-      return outcome;
+      return writing.output.empty()
+                 ? Outcome::Fail(ExitCode::kWrongUsage, "would be changed in its place", path,
+                                 "give --overwrite for that, or -o for a copy")
+                 : outcome;
     }
   }
   for (const PhotoPath& photo : photos) {

@@ -87,8 +87,44 @@ TEST_F(JpegDate, ReplacesFilesOnlyWithLeave) {
     const CommandRun run = RunPelorin(line);
     EXPECT_EQ(run.exit_code, 2) << run.err;
     EXPECT_EQ(Content(in), before);
+    EXPECT_NE(run.err.find(more.empty() ? "or -o for a copy" : "is already there"),
+              std::string::npos)
+        << run.err;
   }
   EXPECT_EQ(Files(), Words{"in.jpg"});
+}
+
+TEST_F(JpegDate, IsInNoneOfSeveralFiles) {
+  WriteJpegFile("a.jpg");
+  WriteJpegFile("b.jpg");
+  const CommandRun run = RunPelorin({"jpeg-date", "read", folder_.string()});
+  EXPECT_EQ(run.exit_code, 3);
+  EXPECT_NE(run.err.find("no acquisition date in any of 2 files"), std::string::npos) << run.err;
+}
+
+TEST_F(JpegDate, IsOnNoMapWhereNoFileHasAPlace) {
+  const CommandRun run = RunPelorin(
+      {"jpeg-date", "list", WriteJpegFile("a.jpg", kBlock2017), "-o", Path("coverage.kml")});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_NE(run.err.find("no file says where it was taken"), std::string::npos) << run.err;
+}
+
+TEST_F(JpegDate, IsWrittenThroughALinkIntoTheFileBehindIt) {
+  std::filesystem::create_directories(Path("real"));
+  std::filesystem::create_directories(Path("links"));
+  const std::string file = WriteJpegFile("real/in.jpg");
+  namespace fs = std::filesystem;
+  const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+  fs::permissions(file, mode);
+  fs::create_symlink("../real/in.jpg", Path("links/relative.jpg"));
+  fs::create_symlink(Path("links/relative.jpg"), Path("links/twice.jpg"));
+  const CommandRun run = RunPelorin(
+      {"jpeg-date", "write", Path("links/twice.jpg"), "--date", "2017-12-31", "--overwrite"});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_TRUE(fs::is_symlink(Path("links/twice.jpg")));
+  EXPECT_TRUE(fs::is_symlink(Path("links/relative.jpg")));
+  EXPECT_EQ(test_support::CommentsOf(Content(file)), Words{kBlock2017});
+  EXPECT_EQ(fs::status(file).permissions(), mode);
 }
 
 TEST_F(JpegDate, GoesToStandardOutputOnRequest) {
