@@ -27,6 +27,7 @@ struct ImportFlags {
   bool no_depth_maps = false;
   std::string name;
   std::string attribution;
+  std::string date;
   bool overwrite = false;
   bool json = false;
 };
@@ -43,6 +44,7 @@ ImportOptions OptionsFrom(const ImportFlags& flags) {
   options.depth_maps = !flags.no_depth_maps;
   options.name = flags.name;
   options.attribution = flags.attribution;
+  options.date = flags.date;
   return options;
 }
 
@@ -73,6 +75,7 @@ std::string ReportJson(const ImportResult& result, const std::string& output) {
   json["junctions"] = result.junctions;
   json["street_metres"] = std::round(result.street_metres * 10.0) / 10.0;
   json["panoramas"] = result.counts.panoramas;
+  json["dated"] = result.dated_panoramas;
   json["links"] = result.counts.links;
   json["scenes"] = result.counts.scenes;
   json["levels"] = result.counts.levels;
@@ -168,6 +171,9 @@ void AddImportVerb(CLI::App& app, Session& session) {
       ->type_name("TEXT");
   verb->add_option("--attribution", flags->attribution, "Credit to show with the data")
       ->type_name("TEXT");
+  verb->add_option("--date", flags->date,
+                   "When streets were seen whose source says no date: 2017-12-31, 2017-12 or 2017")
+      ->type_name("DATE");
   verb->add_flag("--overwrite", flags->overwrite, "Replace the dataset if it is there");
   verb->add_flag("--json", flags->json, "Report in JSON");
   verb->footer("Example: pelorin import city.osm.pbf -o city.sqlite");

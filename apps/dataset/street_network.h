@@ -54,6 +54,7 @@ struct Street {
   std::int32_t rank = 0;  ///< Importance; where streets meet the lowest gives the name.
   std::uint32_t road_argb = 0xFFFFFFFF;
   StreetLevel level;
+  std::string image_date;     ///< When it was seen, such as "2024-05"; can be empty.
   double half_width_m = 6.0;  ///< From the middle to the facades, above 0.
   bool left_facade = true;    ///< Houses along the left side, seen in the order of the points.
   bool right_facade = true;

@@ -73,6 +73,7 @@ PanoRecord StreetPanoramas::MakeRecord(std::size_t index) const {
   record.text = street.name;
   record.street_range = StreetRange(street, static_cast<double>(spot.offset_m));
   record.copyright = options_.copyright;
+  record.image_date = street.image_date;
   record.image_width = kImageWidth;
   record.image_height = kImageHeight;
   record.tile_width = kTileSize;

@@ -55,10 +55,21 @@ std::string Text(const Json& object, const char* key) {
   return member->is_number() ? member->dump() : std::string();
 }
 
+// When the line was seen, under the first of these names that has a date.
+std::string DateOf(const Json& properties) {
+  for (const char* key : {"date", "capture_time", "survey:date", "check_date"}) {
+    std::string date = Text(properties, key);
+    if (!SeenDate(date).empty()) {
+      return date;
+    }
+  }
+  return {};
+}
+
 StreetTags TagsOf(const Json& properties) {
   const auto tag = [&properties](const char* key) { return Text(properties, key); };
-  return {tag("highway"), tag("name"),    tag("level"),   tag("area"),  tag("access"),
-          tag("foot"),    tag("service"), tag("footway"), tag("indoor")};
+  return {tag("highway"), tag("name"),    tag("level"),   tag("area"),   tag("access"),
+          tag("foot"),    tag("service"), tag("footway"), tag("indoor"), DateOf(properties)};
 }
 
 class Reader {

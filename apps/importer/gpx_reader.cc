@@ -42,6 +42,7 @@ class GpxHandler {
     }
     if (name == "trkseg" || name == "rte") {
       points_.clear();
+      date_.clear();
     }
     if (name == "trkpt" || name == "rtept") {
       AddPoint(attributes);
@@ -67,12 +68,11 @@ class GpxHandler {
     if (name == "name" && (parent == "trk" || parent == "rte")) {
       name_ = text_;
     }
-    if (name == "trkseg") {
-      segments_.push_back(std::move(points_));
-      points_ = {};
+    if (name == "time" && (parent == "trkpt" || parent == "rtept") && date_.empty()) {
+      date_ = SeenDate(text_);
     }
-    if (name == "rte") {
-      segments_.push_back(std::move(points_));
+    if (name == "trkseg" || name == "rte") {
+      segments_.push_back({std::move(points_), date_});
       points_ = {};
     }
     if (name == "trk" || name == "rte") {
@@ -98,6 +98,11 @@ class GpxHandler {
   std::string Line() const { return std::to_string(XML_GetCurrentLineNumber(parser_)); }
 
  private:
+  struct Segment {
+    std::vector<StreetPoint> points;
+    std::string date;  // Of its first point with one; empty if none has.
+  };
+
   static std::string Attribute(const XML_Char** attributes, const std::string& name) {
     for (; *attributes != nullptr; attributes += 2) {
       if (name == attributes[0]) {
@@ -121,12 +126,13 @@ class GpxHandler {
 
   // The name of a track can stand behind its segments.
   void FinishLine() {
-    for (std::vector<StreetPoint>& points : segments_) {
+    for (Segment& segment : segments_) {
       ++source_->lines_read;
       StreetTags tags;
       tags.name = name_;
+      tags.date = segment.date;
       Street street = *StreetFromTags(tags);
-      street.points = std::move(points);
+      street.points = std::move(segment.points);
       source_->streets.push_back(std::move(street));
     }
     segments_.clear();
@@ -139,7 +145,8 @@ class GpxHandler {
   std::string text_;
   std::string name_;
   std::vector<StreetPoint> points_;
-  std::vector<std::vector<StreetPoint>> segments_;
+  std::string date_;
+  std::vector<Segment> segments_;
   std::string fault_;
   std::exception_ptr exception_;
 };

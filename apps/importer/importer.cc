@@ -13,6 +13,7 @@
 #include "apps/dataset/street_panoramas.h"
 #include "apps/importer/height_file.h"
 #include "apps/importer/street_source.h"
+#include "apps/importer/street_tags.h"
 
 namespace pelorin {
 
@@ -167,6 +168,10 @@ class Run {
     if (!(options_.spacing_m >= kSmallestSpacing && options_.spacing_m <= kLargestSpacing)) {
       throw OptionFault("the spacing must lie in 1 to 1000 metres");
     }
+    if (!options_.date.empty() && SeenDate(options_.date).empty()) {
+      throw OptionFault("\"" + options_.date +
+                        "\" is no date; give it as 2017-12-31, 2017-12 or 2017");
+    }
     for (const ImportInput& input : options_.inputs) {
       std::error_code ignored;
       if (std::filesystem::equivalent(input.path, options_.output, ignored)) {
@@ -250,7 +255,16 @@ class Run {
     return source_.has_osm_data ? "© OpenStreetMap contributors" : source_.attribution;
   }
 
+  void DateTheUndated() {
+    for (Street& street : source_.streets) {
+      if (street.image_date.empty()) {
+        street.image_date = SeenDate(options_.date);
+      }
+    }
+  }
+
   std::unique_ptr<StreetPanoramas> Build() {
+    DateTheUndated();
     StreetPanoramas::Options options;
     options.spacing_m = options_.spacing_m;
     options.depth_maps = options_.depth_maps;
@@ -314,7 +328,9 @@ class Run {
       if (i % kRecordsPerReport == 0) {
         Report(ImportProgress::Phase::kWriting, i, panoramas.size());
       }
-      if (!writer->Add(panoramas.MakeRecord(i), &error)) {
+      const PanoRecord record = panoramas.MakeRecord(i);
+      result_->dated_panoramas += record.image_date.empty() ? 0 : 1;
+      if (!writer->Add(record, &error)) {
         throw WriteFault(error);
       }
     }

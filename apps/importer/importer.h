@@ -19,7 +19,7 @@ enum class ImportFormat {
   kAuto,     ///< From the file's name; failing that, from its first bytes.
   kOsmXml,   ///< OpenStreetMap XML: streets with names, classes and levels.
   kOsmPbf,   ///< The same as protocol buffers.
-  kGeoJson,  ///< Lines of any GeoJSON object; `name`, `highway` and `level` are read.
+  kGeoJson,  ///< Lines of any GeoJSON object; `name`, `highway`, `level` and dates are read.
   kGpx,      ///< GPX 1.0 and 1.1: each track segment and each route is a street.
   kHeights,  ///< A grid of heights: SRTM tile (.hgt), GeoTIFF or ESRI ASCII grid. Not packed.
 };
@@ -58,6 +58,9 @@ struct ImportOptions {
   /// The credit; empty: "© OpenStreetMap contributors" if any input is OpenStreetMap data, else
   /// what the files say about themselves.
   std::string attribution;
+  /// When the streets were seen whose source says no date of their own: "2026-05-17", "2026-05" or
+  /// "2026"; empty: their panoramas have none.
+  std::string date;
   /// Called on the importing thread from time to time, at least once in every phase; returning
   /// false cancels. Can be empty.
   std::function<bool(const ImportProgress&)> on_progress;
@@ -66,7 +69,7 @@ struct ImportOptions {
 /// How an import ended.
 enum class ImportStatus {
   kDone,
-  kBadOptions,   ///< No input, no output, or a number outside its range.
+  kBadOptions,   ///< No input, no output, a number outside its range, or no date.
   kBadInput,     ///< An input cannot be opened, is damaged or is of no known kind.
   kNoStreets,    ///< All inputs were read, and there are neither streets nor heights in them.
   kWriteFailed,  ///< The dataset cannot be written.
@@ -87,6 +90,7 @@ struct ImportResult {
   std::uint64_t streets_used = 0;     ///< Those of them that became streets.
   std::uint64_t junctions = 0;        ///< Places where at least three street pieces meet.
   double street_metres = 0.0;         ///< Total length of the streets.
+  std::uint64_t dated_panoramas = 0;  ///< Those that say when they were taken.
   std::uint64_t height_samples = 0;   ///< In all grids of heights together,
   std::uint64_t missing_heights = 0;  ///< and those of them that are not known.
   DatasetCounts counts;               ///< What the dataset now holds.
@@ -95,9 +99,12 @@ struct ImportResult {
 /// Reads street lines and makes a dataset of panoramas along them: one at every junction and at
 /// every end, others between them at even distances of about `spacing_m`; headings along the street
 /// at the place; links both ways with heading and a colour by road class; a scene for each
-/// connected piece (1 upwards, the largest first). Grids of heights go in as they are. Equal inputs
-/// and options give equal datasets, ids included, also if one input is OpenStreetMap XML and the
-/// other the same data as PBF.
+/// connected piece (1 upwards, the largest first). A street's panoramas have the date on which the
+/// source saw it: of a track segment or route the day of its first point with a time, of an
+/// OpenStreetMap way its `survey:date` or else `check_date`, of a GeoJSON line the first of its
+/// properties `date`, `capture_time`, `survey:date` and `check_date` that is one. Grids of heights
+/// go in as they are. Equal inputs and options give equal datasets, ids included, also if one input
+/// is OpenStreetMap XML and the other the same data as PBF.
 ///
 /// Runs to its end on the calling thread; several imports into different files may run at a time.
 /// Nothing throws. No input, however damaged, does harm beyond an error.

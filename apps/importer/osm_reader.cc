@@ -37,10 +37,16 @@ std::string Tag(const osmium::Way& way, const char* key) {
   return way.tags().get_value_by_key(key, "");
 }
 
+// The day of a survey on the ground, or else of another look at it.
+std::string DateOf(const osmium::Way& way) {
+  const std::string surveyed = Tag(way, "survey:date");
+  return SeenDate(surveyed).empty() ? Tag(way, "check_date") : surveyed;
+}
+
 StreetTags TagsOf(const osmium::Way& way) {
-  return {Tag(way, "highway"), Tag(way, "name"),    Tag(way, "level"),
-          Tag(way, "area"),    Tag(way, "access"),  Tag(way, "foot"),
-          Tag(way, "service"), Tag(way, "footway"), Tag(way, "indoor")};
+  return {Tag(way, "highway"), Tag(way, "name"), Tag(way, "level"),   Tag(way, "area"),
+          Tag(way, "access"),  Tag(way, "foot"), Tag(way, "service"), Tag(way, "footway"),
+          Tag(way, "indoor"),  DateOf(way)};
 }
 
 // Collects the streets, whose nodes can stand anywhere in the file.

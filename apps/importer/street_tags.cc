@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "apps/jpeg/acquisition_date.h"
+
 namespace pelorin {
 
 namespace {
@@ -98,7 +100,13 @@ std::optional<Street> StreetFromTags(const StreetTags& tags) {
   street.road_argb = street_class->road_argb;
   street.half_width_m = street_class->half_width_m;
   street.level = LevelFromTags(tags);
+  street.image_date = SeenDate(tags.date);
   return street;
+}
+
+std::string SeenDate(const std::string& text) {
+  vortan::JpegCommentDate date;
+  return ParseDate(text.substr(0, text.find_first_of("T ")), &date) ? DateForPeople(date) : "";
 }
 
 std::optional<double> NumberFromText(const std::string& text) {

@@ -20,7 +20,13 @@ struct StreetTags {
   std::string service;
   std::string footway;
   std::string indoor;
+  std::string date;  ///< When it was seen; see `SeenDate`.
 };
+
+/// The date in `text`, a date or a time of the ISO form ("2024-05-17T09:30:00Z"; month, day and
+/// time may be missing), as "2024-05-17", "2024-05" or "2024". Empty if there is none. The zone of
+/// a time is not looked at.
+std::string SeenDate(const std::string& text);
 
 /// The street that such a line is, still without points; nothing if nobody walks along it.
 ///
@@ -28,6 +34,8 @@ struct StreetTags {
 /// a class. Not among them: motorways and trunk roads, roads that are being built or planned,
 /// areas, private and forbidden ways (`foot` has the last word), parking aisles and drives, and the
 /// pavements and crossings that run beside and across streets, since the street itself is there.
+///
+/// It has the date of the tags, if that is one.
 ///
 /// A storey is read only where it says something: indoors, or other than 0. Of several storeys (a
 /// stair) it is the first.

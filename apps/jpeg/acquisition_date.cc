@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/jpeg/acquisition_date.h"
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -131,6 +132,18 @@ bool ParseDate(std::string_view text, JpegCommentDate* date) {
   }
   *date = JpegCommentDate(key);
   return true;
+}
+
+std::string DateForPeople(const JpegCommentDate& date) {
+  if (date.year() == JpegCommentDate::kYearUnknown) {
+    return {};
+  }
+  std::string text = DateText(date);
+  text.resize(date.month() == JpegCommentDate::kMonthUnknown ? 4
+              : date.day() == JpegCommentDate::kDayUnknown   ? 7
+                                                             : 10);
+  std::replace(text.begin(), text.end(), ':', '-');
+  return text;
 }
 
 std::string DateText(const JpegCommentDate& date) {

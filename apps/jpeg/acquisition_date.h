@@ -49,6 +49,9 @@ std::string WithDateComment(std::string_view bytes, const JpegHeader& header,
 /// anything else, years outside 1 to 4095 and days that the month does not have.
 bool ParseDate(std::string_view text, vortan::JpegCommentDate* date);
 
+/// "2017-12-31", "2017-12" or "2017", as far as the date is known; empty if it is unknown.
+std::string DateForPeople(const vortan::JpegCommentDate& date);
+
 /// "2017:12:31"; unknown parts are zeros.
 std::string DateText(const vortan::JpegCommentDate& date);
 

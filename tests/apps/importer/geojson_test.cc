@@ -33,6 +33,22 @@ TEST_F(GeoJsonImport, AFeatureIsAStreetWithItsName) {
   }
 }
 
+TEST_F(GeoJsonImport, ALineHasTheFirstOfItsDates) {
+  for (const auto& [properties, date] : std::map<std::string, std::string>{
+           {R"({"date":"2024-05-17"})", "2024-05-17"},
+           {R"({"capture_time":"2016-05-01T12:00:00.000Z"})", "2016-05-01"},
+           {R"({"date":2024,"check_date":"2023"})", "2024"},
+           {R"({"date":"last week","survey:date":"2023-07"})", "2023-07"},
+           {R"({"date":"2023-02-30"})", ""},
+           {R"({"date":["2023"]})", ""},
+           {"null", ""}}) {
+    ASSERT_EQ(ImportText(Feature(properties, Line(kNorth))).status, ImportStatus::kDone);
+    for (const auto& [id, record] : RecordsOf(output())) {
+      EXPECT_EQ(record.image_date, date) << properties;
+    }
+  }
+}
+
 TEST_F(GeoJsonImport, BareLinesCollectionsAndMultiLinesAreRead) {
   const std::string multi =
       R"({"type":"MultiLineString","coordinates":[[[7.01,51.0],[7.01,51.001]],[[7.02,51.0],[7.02,51.001]]]})";

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cmath>
+#include <set>
 #include <string>
 
 #include "tests/apps/importer/import_fixture.h"
@@ -32,6 +34,27 @@ TEST_F(GpxImport, EachSegmentOfATrackIsAStreetWithTheTracksName) {
     EXPECT_EQ(result.counts.scenes, 2);
     EXPECT_EQ(RecordsOf(output()).begin()->second.text, "My & walk");
   }
+}
+
+TEST_F(GpxImport, ASegmentHasTheDayOfItsFirstPointWithATime) {
+  const auto segment = [](const std::string& lng, const std::string& first,
+                          const std::string& second) {
+    return "<trkseg><trkpt lat=\"51.0\" lon=\"" + lng + "\">" + first +
+           "</trkpt><trkpt lat=\"51.0009\" lon=\"" + lng + "\">" + second + "</trkpt></trkseg>";
+  };
+  const ImportResult result = ImportText(
+      "<gpx><metadata><time>2001-01-01T00:00:00Z</time></metadata><trk>" +
+      segment("7.0", "<time>2021-03-04T23:59:59Z</time>", "<time>2021-03-05T00:00:09Z</time>") +
+      segment("7.1", "<time>noon</time>", "<ele>4</ele><time>2022-06-07T10:00:00.5Z</time>") +
+      segment("7.2", "", "<extensions><time>2020-01-01</time></extensions>") + "</trk></gpx>");
+  ASSERT_EQ(result.status, ImportStatus::kDone) << result.error;
+  std::set<std::pair<int, std::string>> dates;
+  for (const auto& [id, record] : RecordsOf(output())) {
+    dates.emplace(static_cast<int>(std::lround(record.place.lng_deg * 10.0)), record.image_date);
+  }
+  EXPECT_EQ(dates, (std::set<std::pair<int, std::string>>{
+                       {70, "2021-03-04"}, {71, "2022-06-07"}, {72, ""}}));
+  EXPECT_EQ(result.dated_panoramas, 22u);
 }
 
 TEST_F(GpxImport, RoutesAndPrefixesAreRead) {

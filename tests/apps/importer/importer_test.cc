@@ -45,6 +45,26 @@ TEST_F(Importer, AForcedFormatOverrulesTheName) {
   EXPECT_EQ(ImportFiles({{"track.json", kGpx}}).status, ImportStatus::kDone);
 }
 
+TEST_F(Importer, GivesADateToStreetsWithoutOne) {
+  options_.date = "2026-05";
+  const std::string dated =
+      "{\"type\":\"Feature\",\"properties\":{\"date\":\"2021\"},\"geometry\":" +
+      std::string(kGeoJson) + "}";
+  const ImportResult result = ImportFiles({{"a.gpx", kGpx}, {"b.geojson", dated}});
+  ASSERT_EQ(result.status, ImportStatus::kDone) << result.error;
+  EXPECT_EQ(result.dated_panoramas, 22u);
+  for (const auto& [id, record] : RecordsOf(output())) {
+    EXPECT_EQ(record.image_date, record.place.lng_deg > 7.5 ? "2021" : "2026-05");
+  }
+}
+
+TEST_F(Importer, RefusesADateThatIsNone) {
+  for (const char* date : {"2026-13", "May 2026", "0000", "2026-02-30"}) {
+    options_.date = date;
+    ExpectRefused("a.gpx", kGpx, ImportStatus::kBadOptions, "is no date");
+  }
+}
+
 TEST_F(Importer, SeveralInputsBecomeOneNetwork) {
   const ImportResult result =
       ImportFiles({{"a.osm", SmallOsm()}, {"b.gpx", kGpx}, {"c.geojson", kGeoJson}});

@@ -48,6 +48,23 @@ TEST_F(OsmImport, TwoCrossingStreetsBecomePanoramas) {
   EXPECT_EQ(junctions, 1);
 }
 
+TEST_F(OsmImport, AWayHasTheDateOfItsSurvey) {
+  const std::string nodes = OsmNode(1, 51.001, 7.0) + OsmNode(2, 51.0, 7.0);
+  for (const auto& [tags, date] : std::map<std::map<std::string, std::string>, std::string>{
+           {{{"survey:date", "2021-03-04"}, {"check_date", "2024"}}, "2021-03-04"},
+           {{{"survey:date", "in spring"}, {"check_date", "2024-05"}}, "2024-05"},
+           {{{"check_date", "2024-05-17T08:00"}}, "2024-05-17"},
+           {{{"check_date:surface", "2024"}}, ""}}) {
+    std::map<std::string, std::string> all = tags;
+    all["highway"] = "path";
+    ASSERT_EQ(ImportFiles({{"a.osm", OsmFile(nodes + OsmWay(10, {1, 2}, all))}}).status,
+              ImportStatus::kDone);
+    for (const auto& [id, record] : RecordsOf(output())) {
+      EXPECT_EQ(record.image_date, date);
+    }
+  }
+}
+
 TEST_F(OsmImport, KeepsNameAndCreditOfTheDataset) {
   ASSERT_EQ(ImportFiles({{"Small Town.osm.gz", Gzipped(SmallOsm())}}).status, ImportStatus::kDone);
   const std::unique_ptr<Dataset> dataset = Dataset::Open(output(), nullptr);
