@@ -89,6 +89,7 @@ for (const edge of edges) {
 const walk = tour.path.map((i) => panos[i]);
 const walkAt = [0];
 for (let i = 1; i < walk.length; ++i) walkAt.push(walkAt[i - 1] + distance(walk[i - 1], walk[i]));
+for (const [at, date] of tour.scene.images) walk[at].imageDate = date;
 const stopOf = new Map(walk.map((pano, stop) => [pano.index, stop]));
 const turnAt = new Map(tour.turns.map((turn) => [turn[0], turn]));
 const mainScene = walk.length ? walk[0].scene : (panos.length ? panos[0].scene : 0);
@@ -730,11 +731,16 @@ function fillPanel() {
   const rows = [
     ["Panoramas fetched", f.panoramas], ["Placeholders, not fetched", f.placeholders],
     ["Links", f.edges], ["of them inferred", f.inferred_links, 1],
-    ["Requests", f.requests.id + f.requests.position + f.requests.tile + f.requests.depth],
+    ["Requests", f.requests.id + f.requests.position + f.requests.tile + f.requests.depth
+      + f.requests.image],
     ["by id", f.requests.id, 1], ["by position", f.requests.position, 1], ["by tile", f.requests.tile, 1],
-    ["for depth maps", f.requests.depth, 1],
+    ["for depth maps", f.requests.depth, 1], ["for images", f.requests.image, 1],
     ["Repeats refused", f.refused], ["Failed requests", f.failed], ["Asked again", f.retried],
     ["Roads drawn", f.roads], ["Photo overlays", f.overlays], ["with a depth surface", f.surfaces, 1],
+    ["Image tiles", f.images.tiles],
+    ...Object.entries(f.images.dates).map(([date, tiles]) => ["taken " + date, tiles, 1]),
+    ["without a date", f.images.undated, 1], ["unreadable", f.images.unreadable, 1],
+    ["missing", f.images.missing, 1],
     ["Corridors", f.corridors], ["rounded corners", f.fillets, 1],
     ["Steps of the camera", f.camera.steps], ["pushed back", f.camera.pushed_back, 1],
     ["Usage reports received", f.usage.received],
@@ -775,6 +781,9 @@ function showCard() {
   if (pano.level.id) facts.push("Level " + escapeText(pano.level.name || pano.level.id));
   if (pano.scene !== mainScene) facts.push("another scene");
   if (pano.date) facts.push("taken " + escapeText(pano.date));
+  if (pano.imageDate && pano.imageDate !== pano.date)
+    facts.push("by its image " + escapeText(pano.imageDate));
+  if (pano.imageDate === null) facts.push("no date to be read from its image");
   if (!pano.loaded) facts.push("not fetched; placed by the link that leads to it");
   facts.push(`${pano.lat.toFixed(5)}, ${pano.lng.toFixed(5)}`);
   const links = pano.links.map((to) => {

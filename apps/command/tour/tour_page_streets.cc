@@ -93,6 +93,15 @@ Json CameraJson(const TourStreets& streets) {
   return rows;
 }
 
+/// The date that each tile names; null where there is none to be read.
+Json ImagesJson(const TourStreets& streets) {
+  Json rows = Json::array();
+  for (const TourTile& tile : streets.tiles) {
+    rows.push_back(Json::array({tile.stop, tile.date.empty() ? Json() : Json(tile.date)}));
+  }
+  return rows;
+}
+
 }  // namespace
 
 Json StreetsJson(const TourStreets& streets) {
@@ -109,6 +118,7 @@ Json StreetsJson(const TourStreets& streets) {
   json["corridors"] = CorridorsJson(streets);
   json["fillets"] = FilletsJson(streets);
   json["camera"] = CameraJson(streets);
+  json["images"] = ImagesJson(streets);
   return json;
 }
 

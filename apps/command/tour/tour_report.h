@@ -65,6 +65,7 @@ struct TourFigures {
   std::uint64_t position_requests = 0;
   std::uint64_t tile_requests = 0;
   std::uint64_t depth_requests = 0;  ///< For depth maps alone.
+  std::uint64_t image_requests = 0;  ///< For image tiles.
   std::uint64_t refused = 0;         ///< Repeats of what was under way.
   std::uint64_t failed = 0;          ///< Requests that ended without an answer.
   std::uint64_t retried = 0;         ///< Attempts made again after a failure.

@@ -3,6 +3,7 @@
 
 #include <sys/resource.h>
 
+#include <QUrl>
 #include <chrono>
 #include <utility>
 
@@ -10,11 +11,13 @@
 #include "apps/command/tour/far_apart.h"
 #include "apps/command/tour/graph_snapshot.h"
 #include "apps/command/tour/stop_depth_maps.h"
+#include "apps/command/tour/stop_tiles.h"
 #include "apps/command/tour/street_tour.h"
 #include "apps/command/tour/tour_fetch_manager.h"
 #include "apps/command/tour/tour_walk.h"
 #include "host/reference/network_statistics.h"
 #include "spatial/graph/pano_graph.h"
+#include "spatial/panorama/panorama_fetcher.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
 
 namespace pelorin {
@@ -104,6 +107,19 @@ TourStreets TakeStreetsOf(const PanoSource& source, const TourRequest& request,
   return streets;
 }
 
+/// Behind the making of the overlays: those name the service of the setting, which outlives a
+/// service of this process.
+StopTiles FetchImages(const PanoSource& source, const TourWalk::Path& path,
+                      const Session& session) {
+  nimbara::spatial::PanoramaFetcher::UpdateTileTemplateBaseURL(
+      QUrl(QString::fromStdString(source.url())));
+  Progress progress = session.NewProgress("images");
+  StopTiles images = FetchStopTiles(
+      path, [&progress](std::int64_t done, std::int64_t total) { progress.Update(done, total); });
+  progress.Finish();
+  return images;
+}
+
 Outcome DescribeSource(const PanoSource& source, TourReport* report) {
   if (source.dataset() == nullptr) {
     report->title = source.url();
@@ -177,14 +193,17 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
     progress.Update(done, total);
   });
   const Outcome outcome = FindWay(request, &walk);
+  progress.Finish();
   std::uint64_t depth_requests = 0;
+  StopTiles images;
   if (outcome.ok() && request.go_along) {
     depth_requests = FetchDepthMaps(graph, walk.path());
     made.streets = TakeStreetsOf(source, request, graph, walk);
+    images = FetchImages(source, walk.path(), session);
+    made.streets.tiles = std::move(images.tiles);
   }
   manager.Stop();
   const Counters end;
-  progress.Finish();
   if (!outcome.ok()) {
     return outcome;
   }
@@ -192,6 +211,7 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
   CreditFirstCopyright(&made);
   made.figures = FiguresBetween(start, end, walk);
   made.figures.depth_requests = depth_requests;
+  made.figures.image_requests = images.requests;
   *report = std::move(made);
   return Outcome::Done();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,19 @@ struct TourOverlay {
   int stop = 0;
   bool has_surface = false;  ///< The record had a depth map.
   nimbara::RefPtr<nimbara::loculus::PhotoOverlay> overlay;
+};
+
+/// The one tile that holds the whole image around a stop, and what it says about itself.
+struct TourTile {
+  enum class State {
+    kDated,       ///< Its comment names the date on which it was taken.
+    kUndated,     ///< An image without such a comment, or with a damaged one.
+    kUnreadable,  ///< What came is no image.
+    kMissing,     ///< Nothing came.
+  };
+  int stop = 0;
+  State state = State::kMissing;
+  std::string date;  ///< "2024-05-17", "2024-05" or "2024"; empty unless dated.
 };
 
 /// The corridor of one link. Half widths are in metres from north to south; see `stored_place.h`.
@@ -90,6 +104,7 @@ struct TourStreets {
   std::vector<TourRoad> roads;        ///< Ascending by stop.
   std::vector<TourLabel> labels;      ///< Likewise.
   std::vector<TourOverlay> overlays;  ///< Likewise, at most one a stop.
+  std::vector<TourTile> tiles;        ///< Likewise.
   std::vector<TourCorridor> corridors;
   std::vector<TourFillet> fillets;
   std::vector<CameraStep> camera;  ///< In the order of time.
@@ -103,6 +118,23 @@ struct TourStreets {
       count += one.has_surface ? 1 : 0;
     }
     return count;
+  }
+  std::size_t tile_count(TourTile::State state) const {
+    std::size_t count = 0;
+    for (const TourTile& tile : tiles) {
+      count += tile.state == state ? 1 : 0;
+    }
+    return count;
+  }
+  /// The dates that the tiles name, and of how many tiles each is.
+  std::map<std::string, std::size_t> dates() const {
+    std::map<std::string, std::size_t> counts;
+    for (const TourTile& tile : tiles) {
+      if (tile.state == TourTile::State::kDated) {
+        ++counts[tile.date];
+      }
+    }
+    return counts;
   }
   std::size_t pushed_back_count() const {
     std::size_t count = 0;

@@ -39,7 +39,7 @@ class Lines {
 
 std::uint64_t RequestCount(const TourFigures& figures) {
   return figures.id_requests + figures.position_requests + figures.tile_requests +
-         figures.depth_requests;
+         figures.depth_requests + figures.image_requests;
 }
 
 nlohmann::ordered_json CameraJson(const TourStreets& streets) {
@@ -48,6 +48,18 @@ nlohmann::ordered_json CameraJson(const TourStreets& streets) {
           {"pushed_back", streets.pushed_back_count()},
           {"farthest_outside_m", Rounded(streets.farthest_outside_m(), 100.0)},
           {"placed", streets.placed}};
+}
+
+nlohmann::ordered_json ImagesJson(const TourStreets& streets) {
+  nlohmann::ordered_json dates = nlohmann::ordered_json::object();
+  for (const auto& [date, tiles] : streets.dates()) {
+    dates[date] = tiles;
+  }
+  return {{"tiles", streets.tiles.size()},
+          {"dates", std::move(dates)},
+          {"undated", streets.tile_count(TourTile::State::kUndated)},
+          {"unreadable", streets.tile_count(TourTile::State::kUnreadable)},
+          {"missing", streets.tile_count(TourTile::State::kMissing)}};
 }
 
 nlohmann::ordered_json UsageJson(const TourUsage& usage) {
@@ -74,6 +86,17 @@ void AddStreets(const TourStreets& streets, Lines* lines) {
   lines->Row("  received", streets.usage.received);
 }
 
+void AddImages(const TourStreets& streets, Lines* lines) {
+  lines->Heading("The images along it");
+  lines->Row("image tiles", streets.tiles.size());
+  for (const auto& [date, tiles] : streets.dates()) {
+    lines->Row("  taken " + date, tiles);
+  }
+  lines->Row("  without a date", streets.tile_count(TourTile::State::kUndated));
+  lines->Row("  unreadable", streets.tile_count(TourTile::State::kUnreadable));
+  lines->Row("  missing", streets.tile_count(TourTile::State::kMissing));
+}
+
 }  // namespace
 
 nlohmann::ordered_json SummaryJson(const TourReport& report) {
@@ -90,7 +113,8 @@ nlohmann::ordered_json SummaryJson(const TourReport& report) {
   json["requests"] = {{"id", figures.id_requests},
                       {"position", figures.position_requests},
                       {"tile", figures.tile_requests},
-                      {"depth", figures.depth_requests}};
+                      {"depth", figures.depth_requests},
+                      {"image", figures.image_requests}};
   json["refused"] = figures.refused;
   json["failed"] = figures.failed;
   json["retried"] = figures.retried;
@@ -104,6 +128,7 @@ nlohmann::ordered_json SummaryJson(const TourReport& report) {
   json["labels"] = streets.labels.size();
   json["overlays"] = streets.overlays.size();
   json["surfaces"] = streets.surface_count();
+  json["images"] = ImagesJson(streets);
   json["corridors"] = streets.corridors.size();
   json["fillets"] = streets.fillets.size();
   json["camera"] = CameraJson(streets);
@@ -128,6 +153,7 @@ std::string SummaryText(const TourReport& report, bool colour) {
   lines.Row("  by position", figures.position_requests);
   lines.Row("  by tile", figures.tile_requests);
   lines.Row("  for depth maps", figures.depth_requests);
+  lines.Row("  for images", figures.image_requests);
   lines.Row("repeats refused", figures.refused);
   lines.Row("requests failed", figures.failed);
   lines.Row("attempts made again", figures.retried);
@@ -143,6 +169,9 @@ std::string SummaryText(const TourReport& report, bool colour) {
   }
   if (!report.streets.camera.empty()) {
     AddStreets(report.streets, &lines);
+  }
+  if (!report.streets.tiles.empty()) {
+    AddImages(report.streets, &lines);
   }
   lines.Heading("Effort");
   lines.Row("time", figures.seconds, "s", 2);

@@ -15,7 +15,7 @@ namespace command {
 ///     placeholders          known by a link only
 ///     edges                 of the graph, inferred ones included
 ///     inferred_links        edges that no record declares
-///     requests              {id, position, tile, depth}: started, by kind
+///     requests              {id, position, tile, depth, image}: started, by kind
 ///     refused               repeats of what was under way
 ///     failed                requests that brought no answer
 ///     retried               attempts made again
@@ -24,6 +24,9 @@ namespace command {
 ///     labels                street names, one a street in 100 metres
 ///     overlays              photo overlays, one for each panorama at which the walk stopped
 ///     surfaces              those of them with a surface made of the panorama's depth map
+///     images                {tiles: looked at, one a panorama of the walk; dates: {"2024-05":
+///     tiles};
+///                           undated, unreadable, missing: tiles}
 ///     corridors, fillets    that held the camera, and their rounded corners
 ///     camera                {steps, seconds (on the walk's own clock), pushed_back (steps that
 ///                           ended outside), farthest_outside_m, placed (put at the next stop)}

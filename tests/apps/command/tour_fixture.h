@@ -82,7 +82,7 @@ class TourTest : public CommandTest {
           "surfaces", "corridors", "fillets"}) {
       EXPECT_TRUE(summary.contains(field) && summary[field].is_number()) << field;
     }
-    for (const char* kind : {"id", "position", "tile", "depth"}) {
+    for (const char* kind : {"id", "position", "tile", "depth", "image"}) {
       EXPECT_TRUE(summary["requests"].contains(kind)) << kind;
     }
     const Json& path = summary["path"];
@@ -98,6 +98,15 @@ class TourTest : public CommandTest {
     const std::set<std::string> stops(path["ids"].begin(), path["ids"].end());
     EXPECT_EQ(stops.size(), summary["overlays"].get<std::size_t>());
     EXPECT_LE(summary["surfaces"], summary["overlays"]);
+    const Json& images = summary["images"];
+    std::size_t tiles = images["undated"].get<std::size_t>() +
+                        images["unreadable"].get<std::size_t>() +
+                        images["missing"].get<std::size_t>();
+    for (const auto& [date, count] : images["dates"].items()) {
+      tiles += count.get<std::size_t>();
+    }
+    EXPECT_EQ(tiles, stops.size());
+    EXPECT_EQ(images["tiles"], stops.size());
     const Json& usage = summary["usage"];
     EXPECT_GT(usage["reports"], 0);
     EXPECT_GE(usage["panoramas"], stops.size() / 2);
@@ -132,6 +141,7 @@ class TourTest : public CommandTest {
     for (const char* kind : {"roads", "labels", "corridors", "fillets"}) {
       EXPECT_EQ(data["scene"][kind].size(), summary[kind].get<std::size_t>()) << kind;
     }
+    EXPECT_EQ(data["scene"]["images"].size(), summary["images"]["tiles"].get<std::size_t>());
     EXPECT_LE(data["scene"]["camera"].size(), summary["camera"]["steps"].get<std::size_t>());
   }
 

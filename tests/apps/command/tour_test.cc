@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tours from end to end.
 #include <csignal>
+#include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "apps/dataset/harbour_town.h"
 #include "tests/apps/command/tour_fixture.h"
 
 namespace pelorin {
@@ -21,6 +25,58 @@ TEST_F(Tours, CrossTheTown) {
   EXPECT_GT(summary["requests"]["position"], 0);
   EXPECT_GT(summary["requests"]["tile"], 0);
   EXPECT_EQ(summary["failed"], 0);
+}
+
+TEST_F(Tours, ReadTheDatesOfTheDatasetOutOfItsImages) {
+  std::string error;
+  const std::unique_ptr<Dataset> town = MakeHarbourTown(&error);
+  ASSERT_NE(town, nullptr) << error;
+  const Json summary = Tour({});
+  std::map<std::string, std::size_t> dates;
+  for (const auto& id : summary["path"]["ids"]) {
+    PanoRecord record;
+    ASSERT_EQ(town->FindPano(id, false, &record, &error), Answer::kFound) << error;
+    ++dates[record.image_date];
+  }
+  EXPECT_GT(dates.size(), 1u);
+  EXPECT_EQ((summary["images"]["dates"].get<std::map<std::string, std::size_t>>()), dates);
+  EXPECT_EQ(summary["images"]["undated"], 0);
+  EXPECT_GE(summary["requests"]["image"], summary["images"]["tiles"]);
+  const Json data = PageData(Content(Path("out/tour.html")));
+  std::map<std::string, std::size_t> on_page;
+  for (const Json& image : data["scene"]["images"]) {
+    ++on_page[image[1].get<std::string>()];
+  }
+  EXPECT_EQ(on_page, dates);
+}
+
+TEST_F(Tours, TellTheDatesOfTheirImagesAsTextToo) {
+  const CommandRun run = RunPelorin({"tour", "--out", Path("out")});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  const Json images = PageData(Content(Path("out/tour.html")))["figures"]["images"];
+  EXPECT_GT(images["dates"].size(), 1u);
+  for (const auto& [date, tiles] : images["dates"].items()) {
+    const std::size_t row = run.out.find("  taken " + date + " ");
+    ASSERT_NE(row, std::string::npos) << run.out;
+    EXPECT_EQ(std::stoul(run.out.substr(row + 8 + date.size())), tiles.get<std::size_t>());
+  }
+}
+
+TEST_F(Tours, CountImagesWithoutADate) {
+  const std::string line = R"({"type":"LineString","coordinates":[[7.0,51.0],[7.0,51.002]]})";
+  Write(Path("street.geojson"), line);
+  const auto tour = [this](std::vector<std::string> more) {
+    more.insert(more.begin(), {"import", Path("street.geojson"), "-o", Path("street.sqlite"), "-q",
+                               "--overwrite"});
+    EXPECT_EQ(RunPelorin(more).exit_code, 0);
+    return Tour({"--dataset", Path("street.sqlite")})["images"];
+  };
+  const Json undated = tour({});
+  EXPECT_GT(undated["tiles"], 5);
+  EXPECT_EQ(undated["undated"], undated["tiles"]);
+  EXPECT_TRUE(undated["dates"].empty());
+  const Json dated = tour({"--date", "2026-05"});
+  EXPECT_EQ(dated["dates"], (Json{{"2026-05", dated["tiles"]}}));
 }
 
 TEST_F(Tours, ArriveAlthoughTheServiceMisbehaves) {
