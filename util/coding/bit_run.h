@@ -29,7 +29,8 @@ class BitRunWriter {
   BitRunWriter(const BitRunWriter&) = delete;
   BitRunWriter& operator=(const BitRunWriter&) = delete;
 
-  /// Makes room for so many bits from here. Throws what the allocator throws.
+  /// Makes room for so many bits from here. Throws what the allocator throws; the fields so far are
+  /// then in the encoder, and no more can be put.
   void MakeRoom(std::size_t bits) {
     End();
     encoder_->mutable_encoder()->Ensure(bits / 8 + kSlack);
@@ -58,7 +59,6 @@ class BitRunWriter {
     cursor_ = start_;
     word_ = encoder_->bits_;
     count_ = encoder_->num_bits_;
-    has_stored_ = false;
   }
 
   void End() {
@@ -79,6 +79,7 @@ class BitRunWriter {
     encoder_->bits_ = static_cast<std::uint32_t>(word);
     encoder_->num_bits_ = static_cast<int>(bits % 32);
     encoder_->encoder_.Skip(stored);
+    has_stored_ = false;
   }
 
   BitEncoder* encoder_;
@@ -87,7 +88,7 @@ class BitRunWriter {
   // Below `count_` bits in hand, fewer than 8 between two fields; the others are zero.
   std::uint64_t word_ = 0;
   int count_ = 0;
-  // Whether bytes from `start_` on were written; until then the encoder is as it was.
+  // Whether bytes from `start_` on were written that the encoder does not know of.
   bool has_stored_ = false;
 };
 
