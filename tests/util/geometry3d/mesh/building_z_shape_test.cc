@@ -378,8 +378,8 @@ TEST_F(BuildingShape, HasNoCreaseAtARepeatedPointForAThresholdOfZero) {
 }
 
 TEST_F(BuildingShape, ComparesTheTurnWithTheThresholdInSinglePrecision) {
-  // Unit normals (0, -1) and (0.6, -0.8): their product in single precision is 0.8f itself, in
-  // double it is above 0.8f's double value by rounding or below, and decides by accident.
+  // Unit normals (0, -1) and (0.6, -0.8): in single precision their product is 0.8f itself; in
+  // double it would be 0.8, which is below 0.8f.
   PolygonZ* const polygon = AddHouse();
   *polygon->mutable_points() = {Place(0, 0), Place(10, 0), Place(18, 6), Place(0, 20)};
   ASSERT_TRUE(Create(true, 0.8f));
