@@ -208,6 +208,10 @@ TEST_F(OrbitManagerTest, DeletesABodyWithAllThatOrbitsIt) {
 
 TEST_F(OrbitManagerTest, DeletesARootAndEverythingWithIt) {
   manager_->LoadSolarSystem();
+  EXPECT_TRUE(manager_->DeleteOrbit("sun"));
+  EXPECT_EQ(manager_->GetOrbitCount(), 0);
+  EXPECT_EQ(manager_->GetOrbit(0), nullptr);
+  manager_->LoadSolarSystem();
   manager_->AddOrbit(Body("comet"));
   EXPECT_TRUE(manager_->DeleteOrbit("sun"));
   EXPECT_EQ(manager_->GetOrbitCount(), 1);

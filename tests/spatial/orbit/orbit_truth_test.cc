@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "spatial/orbit/solar_system_data.h"
+#include "tests/spatial/orbit/documented_table.h"
 #include "tests/spatial/orbit/true_places.h"
 
 namespace nimbara {
@@ -40,44 +40,6 @@ std::vector<double> WorstByCentury(OrbitName body) {
     worst.push_back(most);
   }
   return worst;
-}
-
-std::string TableRow(const std::string& name, const std::vector<double>& numbers) {
-  std::string row = "| " + name + " |";
-  for (const double number : numbers) {
-    char text[32];
-    std::snprintf(text, sizeof text, " %.3f |", number);
-    row += text;
-  }
-  return row;
-}
-
-// The numbers behind the name of the row that begins with `name` in the table under `heading`.
-std::vector<double> DocumentedRow(const std::string& heading, const std::string& name) {
-  std::ifstream page(PELORIN_SOLAR_SYSTEM_PAGE);
-  std::string line;
-  while (std::getline(page, line) && line != heading) {
-  }
-  std::vector<double> numbers;
-  while (std::getline(page, line) && line.rfind("## ", 0) != 0) {
-    if (line.rfind("| " + name + " |", 0) == 0) {
-      std::istringstream cells(line.substr(name.size() + 4));
-      std::string cell;
-      while (std::getline(cells, cell, '|')) {
-        numbers.push_back(std::stod(cell));
-      }
-    }
-  }
-  return numbers;
-}
-
-void ExpectDocumented(const std::string& heading, const std::string& name,
-                      const std::vector<double>& measured) {
-  const std::vector<double> documented = DocumentedRow(heading, name);
-  ASSERT_EQ(documented.size(), measured.size()) << "wanted: " << TableRow(name, measured);
-  for (std::size_t i = 0; i < measured.size(); ++i) {
-    EXPECT_NEAR(documented[i], measured[i], 0.00051) << "wanted: " << TableRow(name, measured);
-  }
 }
 
 class BodyOverTheCenturies : public testing::TestWithParam<OrbitName> {};
