@@ -332,6 +332,10 @@ TEST(UtmStrings, GoOnBelowMinus186WithZone0AndANegativeEasting) {
   EXPECT_TRUE(written.ok);
   EXPECT_EQ(written.zone.toStdString(), "0 P");
   EXPECT_EQ(log.lines(), std::vector<std::string>{"3 Check failed: longitude_zone_ > 0"});
+  const Written farther = Create(10.0, -190.0);
+  EXPECT_TRUE(farther.ok);
+  EXPECT_EQ(farther.zone.toStdString(), "0 P");
+  EXPECT_TRUE(farther.easting.startsWith(QLatin1Char('-'))) << farther.easting.toStdString();
 }
 
 TEST(UtmStrings, AreSafeForAnyLongitude) {

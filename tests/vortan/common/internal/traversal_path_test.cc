@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <string>
@@ -151,6 +152,25 @@ TEST(TraversalPath, RefusesOver31CharactersWithTheirNumber) {
   EXPECT_EQ(cell, (Cell{32, 0, 0, 0}));
   EXPECT_FALSE(Read(std::string(1000, 'x'), &cell));
   EXPECT_EQ(cell, (Cell{1000, 0, 0, 0}));
+}
+
+// In a process of its own, where none has been counted yet.
+TEST(TraversalPath, LogsTheFirstOverlongPathAndThenTheHundredAndFirst) {
+  ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(
+      {
+        const test_support::LogRecorder log;
+        Cell cell;
+        Read(std::string(32, '0'), &cell);
+        const bool first = log.lines() == std::vector<std::string>{"2 Level (32) out of range."};
+        for (int i = 0; i < 99; ++i) {
+          Read(std::string(33, '0'), &cell);
+        }
+        const bool none_between = log.lines().size() == 1;
+        Read(std::string(34, '0'), &cell);
+        std::exit(first && none_between && log.lines().size() == 2 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(TraversalPath, LogsEveryHundredthOverlongPath) {
