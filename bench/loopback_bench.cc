@@ -232,8 +232,11 @@ void ByHand(benchmark::State& state) {
   PeerRounds(state, true);
 }
 
-BENCHMARK(Pipeline)->Arg(1)->Arg(6)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(BareCurl)->Arg(1)->Arg(6)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(ByHand)->Arg(1)->Arg(6)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(Pipeline)->Arg(1)->Arg(6)->UseRealTime()->MeasureProcessCPUTime()->Unit(
+    benchmark::kMillisecond);
+BENCHMARK(BareCurl)->Arg(1)->Arg(6)->UseRealTime()->MeasureProcessCPUTime()->Unit(
+    benchmark::kMillisecond);
+BENCHMARK(ByHand)->Arg(1)->Arg(6)->UseRealTime()->MeasureProcessCPUTime()->Unit(
+    benchmark::kMillisecond);
 
 }  // namespace
