@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "apps/command/exit_code.h"
-#include "apps/command/partial_files.h"
+#include "apps/files/partial_files.h"
 
 namespace pelorin {
 namespace command {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "apps/command/outcome.h"
+#include "apps/files/replaced_file.h"
 
 namespace pelorin {
 namespace command {
@@ -35,15 +37,11 @@ class OutputFile {
   /// Ends the file under its final name, or fails and leaves what was there before.
   Outcome Commit();
 
-  /// The name under which bytes are being written, for libraries that open a file by name; empty
-  /// for standard output and devices. Such a writer uses no `Write`.
-  const std::string& partial_path() const { return partial_path_; }
-
  private:
   std::string path_;
-  std::string partial_path_;
+  std::unique_ptr<ReplacedFile> file_;  // Null for standard output and devices.
   int descriptor_ = -1;
-  bool owns_descriptor_ = false;
+  bool owns_descriptor_ = false;  // Of a device.
   bool replace_ = false;
   int write_error_ = 0;  // errno of the first write that failed.
 };

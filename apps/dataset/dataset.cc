@@ -12,8 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "apps/dataset/dataset_file.h"
 #include "apps/dataset/dataset_store.h"
-#include "apps/dataset/replaced_file.h"
 #include "apps/dataset/schema.h"
 #include "spatial/panorama/map_tile.h"
 
@@ -401,7 +401,7 @@ Answer Dataset::FindHeights(const std::vector<LatLng>& places, const HeightQuery
 }
 
 bool Dataset::SaveAs(const std::string& file, std::string* error) const {
-  const std::unique_ptr<ReplacedFile> replaced = ReplacedFile::Begin(file, error);
+  const std::unique_ptr<ReplacedFile> replaced = BeginDatasetFile(file, error);
   if (replaced == nullptr) {
     return false;
   }
@@ -414,7 +414,7 @@ bool Dataset::SaveAs(const std::string& file, std::string* error) const {
   } catch (const std::exception& exception) {
     return Fail(error, file + ": cannot be written: " + exception.what());
   }
-  return replaced->Commit(error);
+  return CommitDatasetFile(replaced.get(), error);
 }
 
 }  // namespace pelorin

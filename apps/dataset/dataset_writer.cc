@@ -13,8 +13,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "apps/dataset/dataset_file.h"
 #include "apps/dataset/dataset_store.h"
-#include "apps/dataset/replaced_file.h"
 #include "apps/dataset/schema.h"
 
 namespace pelorin {
@@ -232,7 +232,7 @@ void DatasetWriter::Store::InsertInfo(const DatasetInfo& info) {
 }
 
 std::unique_ptr<DatasetWriter> DatasetWriter::ToFile(const std::string& path, std::string* error) {
-  std::unique_ptr<ReplacedFile> file = ReplacedFile::Begin(path, error);
+  std::unique_ptr<ReplacedFile> file = BeginDatasetFile(path, error);
   if (file == nullptr) {
     return nullptr;
   }
@@ -244,6 +244,10 @@ std::unique_ptr<DatasetWriter> DatasetWriter::ToFile(const std::string& path, st
     Fail(error, path + ": cannot be written: " + fault.what());
     return nullptr;
   }
+}
+
+bool DatasetWriter::CanWrite(const std::string& path, std::string* error) {
+  return BeginDatasetFile(path, error) != nullptr;
 }
 
 std::unique_ptr<DatasetWriter> DatasetWriter::InMemory(std::string* error) {
@@ -345,7 +349,7 @@ std::unique_ptr<Dataset> DatasetWriter::Finish(const DatasetInfo& info, std::str
     Fail(error, path + ": cannot be written: " + fault.what());
     return nullptr;
   }
-  if (!store->file->Commit(error)) {
+  if (!CommitDatasetFile(store->file.get(), error)) {
     return nullptr;
   }
   return Dataset::Open(path, error);

@@ -21,6 +21,8 @@ class DatasetWriter {
   /// A writer into a file, which is made or replaced by `Finish`. Null if nothing can be written
   /// beside it.
   static std::unique_ptr<DatasetWriter> ToFile(const std::string& path, std::string* error);
+  /// Whether `ToFile` would give one at this moment, for those who have much to do before.
+  static bool CanWrite(const std::string& path, std::string* error);
   /// A writer into memory.
   static std::unique_ptr<DatasetWriter> InMemory(std::string* error);
   ~DatasetWriter();

@@ -178,6 +178,11 @@ class Run {
         throw OptionFault(input.path + ": is both input and output");
       }
     }
+    // Known before the work and not after it.
+    std::string error;
+    if (!DatasetWriter::CanWrite(options_.output, &error)) {
+      throw WriteFault(error);
+    }
   }
 
   void Report(ImportProgress::Phase phase, std::uint64_t done, std::uint64_t total) {

@@ -104,8 +104,12 @@ std::string BackgroundCommand::ReadLine() {
   return line;
 }
 
-int BackgroundCommand::Stop(int signal) {
+void BackgroundCommand::Send(int signal) {
   kill(process_, signal);
+}
+
+int BackgroundCommand::Stop(int signal) {
+  Send(signal);
   const int code = WaitFor(process_);
   process_ = -1;
   return code;

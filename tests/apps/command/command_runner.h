@@ -30,6 +30,8 @@ class BackgroundCommand {
 
   /// The next line of its standard output; empty at its end.
   std::string ReadLine();
+  /// Sends a signal.
+  void Send(int signal);
   /// Sends a signal and returns the exit code, or minus the signal that ended it.
   int Stop(int signal);
 

@@ -2,7 +2,10 @@
 // An import that is told to stop leaves no trace.
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "tests/apps/command/command_runner.h"
@@ -26,12 +29,20 @@ class ImportInterruption : public CommandTest {
     }
     Write(Path("streets.geojson"), text + "]}");
   }
-  /// Waits for a file beside the input; false after a minute.
+  /// Waits until panoramas are being written; false after a minute.
   bool AwaitPartialFile() const {
-    for (int i = 0; i < 60000 && Files().size() < 2; ++i) {
+    constexpr std::uintmax_t kMoreThanTheTables = 1 << 20;
+    for (int i = 0; i < 60000; ++i) {
+      for (const std::string& name : Files()) {
+        std::error_code gone;
+        const std::uintmax_t size = std::filesystem::file_size(Path(name), gone);
+        if (name.rfind("o.sqlite.", 0) == 0 && !gone && size > kMoreThanTheTables) {
+          return true;
+        }
+      }
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    return Files().size() >= 2;
+    return false;
   }
   std::vector<std::string> Arguments() const {
     return {"import", Path("streets.geojson"), "-o", Path("o.sqlite"), "--spacing", "1", "-q"};
@@ -48,15 +59,35 @@ TEST_F(ImportInterruption, RemovesThePartialFile) {
   }
 }
 
+// Whoever is in a hurry asks twice, and the second signal waits for nobody.
+TEST_F(ImportInterruption, RemovesThePartialFileAlsoWhenAskedTwice) {
+  WriteLongStreets();
+  for (int round = 0; round < 5; ++round) {
+    BackgroundCommand import(Arguments());
+    ASSERT_TRUE(AwaitPartialFile());
+    import.Send(SIGINT);
+    EXPECT_EQ(import.Stop(SIGTERM), 130);
+    EXPECT_EQ(Files(), std::vector<std::string>{"streets.geojson"});
+  }
+}
+
+TEST_F(ImportInterruption, RefusesAnOutputThatCannotBeWrittenAheadOfAllReading) {
+  Write(Path("streets.geojson"), "no JSON");
+  const CommandRun run =
+      RunPelorin({"import", Path("streets.geojson"), "-o", Path("none/o.sqlite")});
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_NE(run.err.find("none/o.sqlite: cannot be written: make its folder first"),
+            std::string::npos)
+      << run.err;
+}
+
 TEST_F(ImportInterruption, KeepsTheDatasetThatWasThere) {
   WriteLongStreets();
   Write(Path("o.sqlite"), "mine");
   std::vector<std::string> arguments = Arguments();
   arguments.push_back("--overwrite");
   BackgroundCommand import(arguments);
-  for (int i = 0; i < 60000 && Files().size() < 3; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  ASSERT_TRUE(AwaitPartialFile());
   EXPECT_EQ(import.Stop(SIGINT), 130);
   EXPECT_EQ(Content(Path("o.sqlite")), "mine");
   EXPECT_EQ(Files(), (std::vector<std::string>{"o.sqlite", "streets.geojson"}));

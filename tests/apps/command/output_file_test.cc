@@ -9,7 +9,7 @@
 #include <iterator>
 #include <string>
 
-#include "apps/command/partial_files.h"
+#include "apps/files/partial_files.h"
 
 namespace pelorin {
 namespace command {

@@ -2,8 +2,10 @@
 #include "apps/dataset/dataset_writer.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <limits>
 #include <string>
 
@@ -142,6 +144,74 @@ TEST(DatasetWriter, RefusesAFolderThatIsNotThere) {
   EXPECT_NE(error.find("none/town.db: cannot be written"), std::string::npos) << error;
   EXPECT_EQ(DatasetWriter::ToFile(folder.path(), &error), nullptr);
   EXPECT_EQ(DatasetWriter::ToFile("", &error), nullptr);
+}
+
+TEST(DatasetWriter, ReplacesNoDeviceAndNoPipe) {
+  const TemporaryFolder folder;
+  const std::string pipe = folder.File("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::string error;
+  EXPECT_EQ(DatasetWriter::ToFile(pipe, &error), nullptr);
+  EXPECT_NE(error.find("pipe: cannot be written"), std::string::npos) << error;
+  struct stat there {};
+  ASSERT_EQ(lstat(pipe.c_str(), &there), 0);
+  EXPECT_TRUE(S_ISFIFO(there.st_mode));
+  EXPECT_EQ(folder.Names().size(), 1u);
+}
+
+TEST(DatasetWriter, KeepsTheRightsOfTheFileThatItReplaces) {
+  const TemporaryFolder folder;
+  const std::string file = folder.Write("town.db", "old");
+  ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+  WriteDataset(file, {});
+  struct stat town {};
+  ASSERT_EQ(stat(file.c_str(), &town), 0);
+  EXPECT_EQ(town.st_mode & 07777u, 0640u);
+}
+
+// Files of this process stay below a size, as on a full disk, until the end of the scope.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) : before_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &limit_);
+    const rlimit low{bytes, limit_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &low);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &limit_);
+    std::signal(SIGXFSZ, before_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit limit_{};
+  void (*before_)(int);
+};
+
+TEST(DatasetWriter, OnAFullDiskKeepsTheOldFileAndLeavesNoOther) {
+  const TemporaryFolder folder;
+  const std::string file = folder.Write("town.db", "old");
+  for (const rlim_t room : {0, 20000, 400000}) {
+    std::string error;
+    bool written = false;
+    {
+      const FullDisk disk(room);
+      const std::unique_ptr<DatasetWriter> writer = DatasetWriter::ToFile(file, &error);
+      for (int i = 0; writer != nullptr && i < 1000; ++i) {
+        PanoRecord record = RecordAt("seed " + std::to_string(i), 0.001 * i, 0.0);
+        record.copyright = std::string(1000, 'c');
+        if (!writer->Add(record, &error)) {
+          break;
+        }
+      }
+      written = writer != nullptr && writer->Finish({}, &error) != nullptr;
+    }
+    EXPECT_FALSE(written) << room;
+    EXPECT_NE(error.find("town.db: cannot be written"), std::string::npos) << error;
+    EXPECT_EQ(BytesOf(file), "old");
+    EXPECT_EQ(folder.Names().size(), 1u);
+  }
 }
 
 class RefusedRecord : public testing::Test {

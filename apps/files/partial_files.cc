@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "apps/command/partial_files.h"
+#include "apps/files/partial_files.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 
 namespace pelorin {
-namespace command {
 namespace {
 
 /// A rename that never replaces: a hard link fails if the name exists. File systems without links
@@ -34,13 +34,19 @@ PartialFiles& PartialFiles::Instance() {
   return *files;
 }
 
-void PartialFiles::Add(const std::string& path) {
+int PartialFiles::Create(const std::string& path, mode_t mode, int* descriptor) {
   const std::lock_guard<std::mutex> hold(lock_);
+  *descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  if (*descriptor < 0) {
+    return errno;
+  }
   paths_.insert(path);
+  return 0;
 }
 
-void PartialFiles::Remove(const std::string& path) {
+void PartialFiles::Delete(const std::string& path) {
   const std::lock_guard<std::mutex> hold(lock_);
+  unlink(path.c_str());
   paths_.erase(path);
 }
 
@@ -66,5 +72,4 @@ void PartialFiles::DeleteAll() {
   paths_.clear();
 }
 
-}  // namespace command
 }  // namespace pelorin
