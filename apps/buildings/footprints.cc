@@ -3,18 +3,16 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstddef>
-#include <nlohmann/json.hpp>
 #include <system_error>
 #include <utility>
+
+#include "apps/geojson/geojson.h"
 
 namespace pelorin {
 namespace {
 
 using Json = nlohmann::json;
 
-// Collections in collections; nobody nests deeper, and the walk below is recursive.
-constexpr int kMaxDepth = 32;
 constexpr std::size_t kMaxWarnings = 100;
 constexpr double kMaxHeight = 10000.0;
 constexpr double kMetresPerFoot = 0.3048;
@@ -36,29 +34,6 @@ bool TakeNumber(std::string_view* text, double* number) {
   return fault == std::errc();
 }
 
-const Json& Member(const Json& object, const char* key) {
-  static const Json nothing;
-  if (!object.is_object()) {
-    return nothing;
-  }
-  const auto member = object.find(key);
-  return member == object.end() ? nothing : *member;
-}
-
-// A member as text; numbers as they are written, anything else as nothing.
-std::string Text(const Json& object, const char* key) {
-  const Json& member = Member(object, key);
-  if (member.is_string()) {
-    return member.get<std::string>();
-  }
-  return member.is_number() ? member.dump() : std::string();
-}
-
-std::size_t LineOf(std::string_view text, std::size_t byte) {
-  const std::string_view before = text.substr(0, byte);
-  return 1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-}
-
 bool IsHeight(double metres) {
   return metres > 0.0 && metres <= kMaxHeight;
 }
@@ -67,68 +42,16 @@ class Reader {
  public:
   Reader(const FootprintOptions& options, Footprints* found) : options_(options), found_(found) {}
 
-  // True if `value` is a GeoJSON object, whatever it holds.
-  bool ReadObject(const Json& value, const Json& properties, int depth) {
-    const std::string type = Text(value, "type");
-    if (depth > kMaxDepth) {
-      found_->Warn("collections nested deeper than " + std::to_string(kMaxDepth) + " are left out");
-      return true;
-    }
-    if (type == "FeatureCollection") {
-      return ReadAll(value, "features", properties, depth);
-    }
-    if (type == "GeometryCollection") {
-      return ReadAll(value, "geometries", properties, depth);
-    }
-    if (type == "Feature") {
-      return ReadFeature(value, depth);
-    }
-    if (type == "Polygon") {
-      ReadPolygon(Member(value, "coordinates"), properties);
-      return true;
-    }
-    if (type == "MultiPolygon") {
-      for (const Json& polygon : Member(value, "coordinates")) {
-        ReadPolygon(polygon, properties);
-      }
-      return true;
-    }
-    if (type == "Point" || type == "MultiPoint" || type == "LineString" ||
-        type == "MultiLineString") {
+  void Read(const GeoJsonShape& shape) {
+    if (shape.kind != GeoJsonShape::Kind::kPolygon) {
       ++found_->other_features;
-      return true;
+      return;
     }
-    return false;
+    name_ = shape.name;
+    ReadPolygon(shape.coordinates, shape.properties);
   }
 
  private:
-  bool ReadAll(const Json& object, const char* key, const Json& properties, int depth) {
-    const Json& list = Member(object, key);
-    if (!list.is_array()) {
-      return false;
-    }
-    for (const Json& item : list) {
-      if (!ReadObject(item, properties, depth + 1)) {
-        found_->Warn("an entry of \"" + std::string(key) + "\" is no GeoJSON object");
-      }
-    }
-    return true;
-  }
-
-  bool ReadFeature(const Json& feature, int depth) {
-    ++feature_;
-    name_ = Text(feature, "id");
-    if (name_.empty()) {
-      name_ = "feature " + std::to_string(feature_);
-    }
-    const Json& geometry = Member(feature, "geometry");
-    if (geometry.is_null()) {
-      ++found_->other_features;
-      return true;
-    }
-    return ReadObject(geometry, Member(feature, "properties"), depth + 1);
-  }
-
   void ReadPolygon(const Json& rings, const Json& properties) {
     Footprint footprint;
     footprint.name = name_;
@@ -152,14 +75,9 @@ class Reader {
     std::vector<LatLng> ring;
     if (positions.is_array()) {
       for (const Json& position : positions) {
-        if (!position.is_array() || position.size() < 2 || !position[0].is_number() ||
-            !position[1].is_number()) {
-          Warn("a polygon with a position that is no pair of numbers is left out");
-          return false;
-        }
-        const LatLng place{position[1].get<double>(), position[0].get<double>()};
-        if (!IsValidLatLng(place)) {
-          Warn("a polygon with a position outside the planet's degrees is left out");
+        LatLng place;
+        if (const char* const fault = ReadGeoJsonPosition(position, &place)) {
+          Warn(std::string("a polygon with a position ") + fault + " is left out");
           return false;
         }
         if (ring.empty() || !(ring.back() == place)) {
@@ -181,12 +99,12 @@ class Reader {
   }
 
   double HeightOf(const Json& properties) {
-    if (!Text(properties, "min_height").empty() ||
-        !Text(properties, "building:min_level").empty()) {
+    if (!GeoJsonText(properties, "min_height").empty() ||
+        !GeoJsonText(properties, "building:min_level").empty()) {
       ++found_->above_ground;
     }
     double height = 0.0;
-    const std::string told = Text(properties, "height");
+    const std::string told = GeoJsonText(properties, "height");
     if (ParseHeight(told, &height)) {
       ++found_->from_height;
       return height;
@@ -194,7 +112,7 @@ class Reader {
     if (!told.empty()) {
       Warn("\"" + told + "\" is no height and is passed over");
     }
-    const std::string levels = Text(properties, "building:levels");
+    const std::string levels = GeoJsonText(properties, "building:levels");
     std::string_view rest = Trimmed(levels);
     double number = 0.0;
     const bool is_number = TakeNumber(&rest, &number) && rest.empty();
@@ -215,8 +133,7 @@ class Reader {
 
   const FootprintOptions& options_;
   Footprints* found_;
-  std::uint64_t feature_ = 0;
-  std::string name_ = "geometry";
+  std::string name_;
 };
 
 }  // namespace
@@ -249,21 +166,11 @@ bool ParseHeight(std::string_view text, double* metres) {
 
 bool ReadFootprints(std::string_view text, const FootprintOptions& options, Footprints* footprints,
                     std::string* error) {
-  Json document;
-  try {
-    document = Json::parse(text);
-  } catch (const Json::exception& fault) {
-    const auto* const parse_fault = dynamic_cast<const Json::parse_error*>(&fault);
-    const std::size_t byte = parse_fault != nullptr ? parse_fault->byte : 0;
-    *error = "line " + std::to_string(LineOf(text, byte)) + ", byte " + std::to_string(byte) +
-             ": not JSON, or damaged";
-    return false;
-  }
   Footprints found;
-  found.attribution =
-      Text(document, document.contains("attribution") ? "attribution" : "copyright");
-  if (!Reader(options, &found).ReadObject(document, Json(), 0)) {
-    *error = "JSON, but not GeoJSON";
+  Reader reader(options, &found);
+  const GeoJsonHandlers handlers{[&reader](const GeoJsonShape& shape) { reader.Read(shape); },
+                                 [&found](const std::string& line) { found.Warn(line); }};
+  if (!ReadGeoJson(text, handlers, &found.attribution, error)) {
     return false;
   }
   *footprints = std::move(found);

@@ -220,7 +220,7 @@ class Run {
   void Read(const std::string& path, ImportFormat format) {
     switch (format) {
     case ImportFormat::kGeoJson:
-      ReadGeoJson(path, &source_);
+      ReadGeoJsonLines(path, &source_);
       return;
     case ImportFormat::kGpx:
       ReadGpx(path, &source_);

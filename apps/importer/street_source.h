@@ -41,7 +41,7 @@ struct StreetSource {
 
 /// Readers of one file each; `path` is a regular file.
 void ReadOsm(const std::string& path, ImportFormat format, StreetSource* source);
-void ReadGeoJson(const std::string& path, StreetSource* source);
+void ReadGeoJsonLines(const std::string& path, StreetSource* source);
 void ReadGpx(const std::string& path, StreetSource* source);
 
 /// How the bytes of a file are packed, by its first bytes.

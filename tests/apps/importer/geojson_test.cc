@@ -80,17 +80,32 @@ TEST_F(GeoJsonImport, KeepsTheCreditThatTheFileGives) {
 }
 
 TEST_F(GeoJsonImport, OddPositionsAreSteppedOverWithAWarning) {
-  const ImportResult result = ImportText(
-      Line(R"([[7.0,51.0],[7.0],["7","51"],null,[7.0,1e999999],[700.0,51.0],[7.0,51.0009,12.5]])"));
-  if (result.status == ImportStatus::kBadInput) {
-    // A number beyond any double makes the whole text no JSON for the reader.
-    EXPECT_NE(result.error.find("line 1"), std::string::npos);
-  }
   const ImportResult odd =
       ImportText(Line(R"([[7.0,51.0],[7.0],["7","51"],null,[700.0,51.0],[7.0,51.0009,12.5]])"));
   ASSERT_EQ(odd.status, ImportStatus::kDone) << odd.error;
   EXPECT_EQ(odd.warning_count, 4u);
   EXPECT_EQ(odd.counts.panoramas, 11);
+}
+
+TEST_F(GeoJsonImport, ANumberBeyondAllIsNamedWithItsPlace) {
+  ExpectRefused("a.geojson", "{\"type\":\"LineString\",\n\"coordinates\":[[1,2e999],[1,2]]}",
+                ImportStatus::kBadInput,
+                "a.geojson: line 2, byte 41: the number 2e999 is larger than any");
+}
+
+TEST_F(GeoJsonImport, OddPositionsAreNamedByTheirFeature) {
+  const ImportResult result = ImportText(
+      R"({"type":"FeatureCollection","features":[{"type":"Feature","id":"way/7","geometry":)" +
+      Line(R"([[7.0,51.0],[7.0],[7.0,51.0009]])") + "}," +
+      Feature("{}", Line(R"([[7.1,51.0],[700,51.0],[7.1,51.0009]])")) + "," +
+      Feature("{}", Line("{}")) + "]}");
+  ASSERT_EQ(result.warnings.size(), 3u);
+  const std::string file = folder_.File("a.geojson") + ": ";
+  EXPECT_EQ(result.warnings[0],
+            file + "way/7: a position that is no pair of numbers is stepped over");
+  EXPECT_EQ(result.warnings[1],
+            file + "feature 2: a position outside the planet's degrees is stepped over");
+  EXPECT_EQ(result.warnings[2], file + "feature 3: a line without positions");
 }
 
 TEST_F(GeoJsonImport, MotorwaysAreNoStreets) {
