@@ -16,8 +16,8 @@ struct HeightGridInfo {
   std::string name;
   double north_deg = 0.0;     ///< Of the first row, -90 to 90.
   double west_deg = 0.0;      ///< Of the first sample of each row, -180 to 180.
-  double lat_step_deg = 0.0;  ///< From one row to the next one south, above 0.
-  double lng_step_deg = 0.0;  ///< From one sample to the next one east, above 0.
+  double lat_step_deg = 0.0;  ///< From one row to the next one south, 1e-9 to 360.
+  double lng_step_deg = 0.0;  ///< From one sample to the next one east, 1e-9 to 360.
   std::int64_t rows = 0;      ///< 1 to 1000000; the last one lies at -90 or north of it.
   std::int64_t columns = 0;   ///< Likewise; together at most once round.
 };

@@ -258,6 +258,17 @@ TEST(Heights, ThatDoNotFitTheirGridAreRefused) {
   grid = Grid({{1, 2}});
   grid.info.lng_step_deg = kMissing;
   EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
+  // A step beyond all numbers passed for one round of the planet, and made heights of nothing.
+  grid = Grid({{1}});
+  grid.info.lng_step_deg = std::numeric_limits<double>::infinity();
+  EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
+  grid.info.lng_step_deg = 1e-300;
+  EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
+  grid = Grid({{1}});
+  grid.info.lat_step_deg = std::numeric_limits<double>::infinity();
+  EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
+  grid.info.lat_step_deg = 1e-300;
+  EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
   grid = Grid({{1}, {2}});
   grid.info.lat_step_deg = 150.0;
   EXPECT_FALSE(writer->AddHeightGrid(grid, &error));
