@@ -257,6 +257,41 @@ TEST_F(NetworkRetry, UsesItsOwnDelayForAWishWithoutSense) {
   }
 }
 
+// One handle serves both attempts.
+TEST_F(NetworkRetry, ForgetsAWishThatTheNextAnswerDoesNotRepeat) {
+  options.retry_after_limit_s = 1.0;
+  UseOptions();
+  LoopbackServer server([this](const Request&, Answer& answer) {
+    switch (++attempts) {
+    case 1:
+      return answer.Reply(503, "busy", "Retry-After: 86400\r\n");
+    case 2:
+      return answer.Reply(503, "busy");
+    default:
+      return answer.Reply(200, "served");
+    }
+  });
+  EXPECT_EQ(recorder.FetchAndAwait(server.Url("/")).status, Fetcher::kSucceeded);
+  const auto sent = server.requests();
+  EXPECT_GE(sent.at(1).arrived - sent.at(0).arrived, milliseconds(1000));
+  EXPECT_LT(sent.at(2).arrived - sent.at(1).arrived, milliseconds(900));
+}
+
+// The redirect and what it leads to are one transfer of curl's, which keeps the wish of either.
+TEST_F(NetworkRetry, KeepsNoWishOfARedirect) {
+  options.retry_after_limit_s = 1.0;
+  UseOptions();
+  LoopbackServer server([this](const Request& request, Answer& answer) {
+    if (request.target == "/") {
+      return answer.Reply(302, "", "Location: /there\r\nRetry-After: 86400\r\n");
+    }
+    return ++attempts == 1 ? answer.Reply(503, "busy") : answer.Reply(200, "served");
+  });
+  EXPECT_EQ(recorder.FetchAndAwait(server.Url("/")).status, Fetcher::kSucceeded);
+  const auto sent = server.requests();
+  EXPECT_LT(sent.at(2).arrived - sent.at(1).arrived, milliseconds(900));
+}
+
 TEST_F(NetworkRetry, KeepsThePacingIntervalToo) {
   options.retry_base_delay_s = 0.0;
   UseOptions();

@@ -38,6 +38,13 @@ void SetLengthLimit(std::uint64_t max_body_bytes, EasyOptions* easy) {
             static_cast<curl_off_t>(max_body_bytes + max_body_bytes / 8 + kEncodingRoom));
 }
 
+// `start` is in lower case; letters of `line` count as such.
+bool StartsWith(std::string_view line, std::string_view start) {
+  return line.size() >= start.size() &&
+         std::equal(start.begin(), start.end(), line.begin(),
+                    [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); });
+}
+
 const char* NullIfEmpty(const QByteArray& text) {
   return text.isEmpty() ? nullptr : text.constData();
 }
@@ -123,6 +130,7 @@ RefPtr<CurlFetcher> Transfer::End() {
   body_ = QByteArray();
   header_bytes_ = 0;
   too_large_ = false;
+  asks_for_delay_ = false;
   if (easy_ != nullptr) {
     curl_easy_setopt(easy_.get(), CURLOPT_HTTPHEADER, nullptr);  // The list dies with the request.
   }
@@ -133,11 +141,21 @@ std::size_t Transfer::OnBody(char* bytes, std::size_t, std::size_t size, void* t
   return static_cast<Transfer*>(transfer)->TakeBody(bytes, size) ? size : CURL_WRITEFUNC_ERROR;
 }
 
-std::size_t Transfer::OnHeader(char*, std::size_t, std::size_t size, void* transfer) {
+std::size_t Transfer::OnHeader(char* bytes, std::size_t, std::size_t size, void* transfer) {
   auto* self = static_cast<Transfer*>(transfer);
+  self->NoteHeader(std::string_view(bytes, size));
   self->header_bytes_ += size;
   self->too_large_ |= self->header_bytes_ > self->fetcher_->request().options->max_header_bytes;
   return self->too_large_ ? CURL_WRITEFUNC_ERROR : size;
+}
+
+// curl keeps what a redirect asked for until another answer of the same transfer asks again.
+void Transfer::NoteHeader(std::string_view line) {
+  if (StartsWith(line, "http/")) {
+    asks_for_delay_ = false;
+  } else if (StartsWith(line, "retry-after:")) {
+    asks_for_delay_ = true;
+  }
 }
 
 bool Transfer::TakeBody(const char* bytes, std::size_t size) {
@@ -197,6 +215,9 @@ bool Transfer::WasConnected() const {
 }
 
 double Transfer::RetryAfterSeconds() const {
+  if (!asks_for_delay_) {
+    return 0.0;
+  }
   curl_off_t seconds = 0;
   curl_easy_getinfo(easy_.get(), CURLINFO_RETRY_AFTER, &seconds);
   return static_cast<double>(seconds);

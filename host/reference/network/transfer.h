@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "curl_fetcher.h"
 #include "request.h"
@@ -48,6 +49,7 @@ class Transfer {
   bool SetConnectTo(const QStringList& entries);
   static std::size_t OnBody(char* bytes, std::size_t one, std::size_t size, void* transfer);
   static std::size_t OnHeader(char* bytes, std::size_t one, std::size_t size, void* transfer);
+  void NoteHeader(std::string_view line);
   bool TakeBody(const char* bytes, std::size_t size);
   int FailureStatus(CURLcode code) const;
   bool WasConnected() const;
@@ -60,6 +62,7 @@ class Transfer {
   QByteArray body_;
   std::uint64_t header_bytes_ = 0;
   bool too_large_ = false;
+  bool asks_for_delay_ = false;  // The answer that is being read names one, whatever came before.
 };
 
 }  // namespace net
