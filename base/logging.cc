@@ -2,6 +2,7 @@
 #include "base/logging.h"
 
 #include <atomic>
+#include <cstddef>
 #include <locale>
 #include <mutex>
 #include <string_view>
@@ -19,8 +20,17 @@ std::atomic<LogSink*> installed_sink{nullptr};
 thread_local bool inside_sink = false;
 
 // The path of `file` from the root of the sources, where it lies below the root. This file knows
-// the root by its own name.
+// the root by its own name. A header is seen where its room publishes it, as
+// "BUILD/rooms/ROOM/PATH" (cmake/PelorinRooms.cmake).
 std::string_view FromSourceRoot(std::string_view file) {
+  constexpr std::string_view kRooms = "rooms/";
+  const std::size_t rooms = file.rfind(kRooms);
+  if (rooms != std::string_view::npos && (rooms == 0 || file[rooms - 1] == '/')) {
+    const std::size_t room_end = file.find('/', rooms + kRooms.size());
+    if (room_end != std::string_view::npos) {
+      return file.substr(room_end + 1);
+    }
+  }
   constexpr std::string_view kThisFile = "base/logging.cc";
   constexpr std::string_view kThisPath = __FILE__;
   static_assert(kThisPath.size() >= kThisFile.size());
