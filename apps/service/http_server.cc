@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -48,6 +49,21 @@ bool HasBody(const httplib::Request& request) {
   return request.has_header("Transfer-Encoding") ||
          (request.has_header("Content-Length") &&
           request.get_header_value("Content-Length") != "0");
+}
+
+// Why an address could not be bound, by the system's number of the last failure; 0 if no address
+// was found to try.
+const char* BindFault(int code) {
+  switch (code) {
+  case 0:
+    return "no address of this name is known";
+  case EADDRINUSE:
+    return "the port is taken";
+  case EACCES:
+    return "the system does not give this port to this user";
+  default:
+    return "the address is not one of this machine";
+  }
 }
 
 // What the library itself answers to input that is no request has no text of its own.
@@ -95,13 +111,14 @@ void HttpServer::MakeTables() {
 }
 
 bool HttpServer::Start(std::string* error) {
+  errno = 0;
   if (settings_.port == 0) {
     port_ = bind_to_any_port(settings_.host);
   } else {
     port_ = bind_to_port(settings_.host, settings_.port) ? settings_.port : -1;
   }
   if (port_ <= 0) {
-    return Refuse("the port is taken, or the address is not one of this machine", error);
+    return Refuse(BindFault(errno), error);
   }
   if (::listen(svr_sock_, kBacklog) != 0)
     return Refuse("the port is taken", error);

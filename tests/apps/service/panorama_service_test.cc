@@ -279,9 +279,22 @@ TEST(PanoramaServiceStart, RefusesAPortThatIsTaken) {
   options.port = service->port();
   std::string error;
   EXPECT_EQ(PanoramaService::Start(*dataset, options, &error), nullptr);
-  EXPECT_EQ(error.find("cannot listen on 127.0.0.1 port " + std::to_string(options.port)), 0u)
-      << error;
+  EXPECT_EQ(error, "cannot listen on 127.0.0.1 port " + std::to_string(options.port) +
+                       ": the port is taken");
   EXPECT_EQ(PanoramaService::Start(*dataset, options, nullptr), nullptr);
+}
+
+TEST(PanoramaServiceStart, SaysWhatIsWrongWithAnAddress) {
+  const auto dataset = MakeDataset({});
+  ServiceOptions options;
+  std::string error;
+  options.host = "192.0.2.1";  // Given to nobody.
+  EXPECT_EQ(PanoramaService::Start(*dataset, options, &error), nullptr);
+  EXPECT_EQ(error, "cannot listen on 192.0.2.1 port 0: the address is not one of this machine");
+  options.host = "no-such-host.invalid";
+  EXPECT_EQ(PanoramaService::Start(*dataset, options, &error), nullptr);
+  EXPECT_EQ(error,
+            "cannot listen on no-such-host.invalid port 0: no address of this name is known");
 }
 
 TEST(PanoramaServiceStart, TakesAPortAgainThatAServiceHasLeft) {

@@ -193,6 +193,59 @@ std::string ManyHeaders() {
   return text + "\r\n";
 }
 
+// A request with a body, to a path that takes one.
+std::string Post(const std::string& type, const std::string& body,
+                 const std::string& headers = "") {
+  return "POST /v1/heights HTTP/1.1\r\nContent-Type: " + type +
+         "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + headers + "\r\n" + body;
+}
+
+std::string Part(const std::string& header) {
+  return Post("multipart/form-data; boundary=x", "--x\r\n" + header + "\r\n\r\ntext\r\n--x--\r\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bodies, BadServiceInput,
+    testing::Values(
+        BadInput{"Empty", Post("application/json", ""), "400"},
+        BadInput{"DeepJson", Post("application/json", std::string(50000, '[')), "400"},
+        BadInput{"DeepPlaces",
+                 Post("application/json",
+                      "{\"locations\":" + std::string(30000, '[') + std::string(30000, ']') + "}"),
+                 "400"},
+        BadInput{"NumberBeyondAll",
+                 Post("application/json", "{\"locations\":[{\"latitude\":1e999,\"longitude\":0}]}"),
+                 "400"},
+        BadInput{"NotUtf8", Post("application/json", "{\"locations\":\"\xff\xfe,\xc3\"}"), "400"},
+        BadInput{"LongForm",
+                 Post("application/x-www-form-urlencoded", "locations=" + std::string(60000, '|')),
+                 nullptr},
+        BadInput{"LargerThanARequestMayBe", Post("application/json", std::string(200000, ' ')),
+                 nullptr},
+        BadInput{"HugeLengthOfBody",
+                 "POST /v1/heights HTTP/1.1\r\nContent-Length: 99999999999999999999\r\n\r\n{}",
+                 nullptr},
+        BadInput{"HugeChunk",
+                 "POST /v1/heights HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
+                 "FFFFFFFFFFFFFFFF\r\n{}",
+                 nullptr},
+        BadInput{"MultipartWithoutBoundary", Post("multipart/form-data", "--\r\n\r\n--"), nullptr},
+        BadInput{"MultipartWithLongBoundary",
+                 Post("multipart/form-data; boundary=" + std::string(7000, 'b'), "--b\r\n"),
+                 nullptr},
+        BadInput{"MultipartWithLongName",
+                 Part("Content-Disposition: form-data; name=\"" + std::string(8000, 'n') + "\""),
+                 nullptr},
+        BadInput{"MultipartWithOpenName",
+                 Part("Content-Disposition: form-data; name=\"" + std::string(8000, 'n')), nullptr},
+        BadInput{"MultipartWithBlanks",
+                 Part("Content-Disposition: form-data; name=\"n\"" + std::string(8000, ' ') + "x"),
+                 nullptr},
+        BadInput{"MultipartWithLongPart", Part(std::string(60000, 'h')), nullptr}),
+    [](const testing::TestParamInfo<BadInput>& table_row) {
+      return std::string(table_row.param.name);
+    });
+
 INSTANTIATE_TEST_SUITE_P(
     Table, BadServiceInput,
     testing::Values(
