@@ -6,6 +6,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "apps/command/output_file.h"
 #include "apps/command/session.h"
@@ -60,6 +61,15 @@ void PrintFailure(const std::string& verb, const std::string& line) {
   }
 }
 
+/// What is wrong where no verb was understood; `words` are those that mean nothing.
+std::string VerbFault(const std::vector<std::string>& words) {
+  if (words.empty()) {
+    return "no verb was given";
+  }
+  const bool is_option = words.front().front() == '-';
+  return std::string("there is no ") + (is_option ? "option" : "verb") + " '" + words.front() + "'";
+}
+
 /// Help and version are answers, so they go to standard output; everything else that stops the
 /// parser is a mistake on the command line.
 Outcome EndOfParsing(const CLI::App& app, const CLI::ParseError& error) {
@@ -73,7 +83,8 @@ Outcome EndOfParsing(const CLI::App& app, const CLI::ParseError& error) {
   }
   const std::string verb = NamedVerb(app);
   if (verb.empty() && error.get_name() == "RequiredError") {
-    return Outcome::Fail(ExitCode::kWrongUsage, "no verb was given", "", "see 'pelorin --help'");
+    return Outcome::Fail(ExitCode::kWrongUsage, VerbFault(app.remaining()), "",
+                         "see 'pelorin --help'");
   }
   return Outcome::Fail(ExitCode::kWrongUsage, error.what(), "",
                        "see 'pelorin " + (verb.empty() ? "" : verb + " ") + "--help'");

@@ -36,6 +36,11 @@ void AddFaultFlags(CLI::App& verb, FaultFlags* flags) {
       ->group(group);
   verb.add_option("--seed", flags->seed, "Which answers are hit; 0 unless given")
       ->type_name("N")
+      // The parser turns a minus round.
+      ->check([](const std::string& text) {
+        return text.rfind('-', 0) == 0 ? std::string("give a whole number, 0 or above")
+                                       : std::string();
+      })
       ->group(group);
 }
 

@@ -33,8 +33,14 @@ Outcome NoSuchVerb(const std::string& name) {
 
 Outcome Help(const CLI::App& app, const std::string& name) {
   const CLI::App* const verb = FindVerb(app, name);
-  return verb == nullptr ? NoSuchVerb(name)
-                         : WriteOutput("-", false, verb->help(name.empty() ? "" : app.get_name()));
+  if (verb == nullptr) {
+    return NoSuchVerb(name);
+  }
+  // Not `help` of the whole command: that would tell of the verb that is running, which is this.
+  return WriteOutput("-", false,
+                     name.empty() ? app.get_formatter()->make_help(&app, app.get_name(),
+                                                                   CLI::AppFormatMode::Normal)
+                                  : verb->help(app.get_name()));
 }
 
 Outcome Man(const CLI::App& app, const std::string& name) {
@@ -53,7 +59,8 @@ Outcome Man(const CLI::App& app, const std::string& name) {
 void AddHelpVerbs(CLI::App& app, Session& session) {
   const auto name = std::make_shared<std::string>();
   CLI::App* const help = app.add_subcommand("help", "Show the help of a verb");
-  help->add_option("verb", *name, "Verb to explain")->type_name("VERB");
+  help->add_option("verb", *name, "Verb to explain; left out: the whole command")
+      ->type_name("VERB");
   help->callback([&app, &session, name] { session.outcome = Help(app, *name); });
 
   CLI::App* const man =

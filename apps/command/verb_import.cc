@@ -53,7 +53,7 @@ Outcome OutcomeOf(const ImportResult& result) {
   case ImportStatus::kDone:
     break;
   case ImportStatus::kBadOptions:
-    return Outcome::Fail(ExitCode::kWrongUsage, result.error);
+    return Outcome::Fail(ExitCode::kWrongUsage, result.error, "", "see 'pelorin import --help'");
   case ImportStatus::kNoStreets:
     return Outcome::Fail(ExitCode::kNothingFound, result.error, "",
                          "give files with streets, lines, tracks or heights");

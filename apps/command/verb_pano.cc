@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <QUrl>
 #include <cmath>
+#include <locale>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -123,7 +124,35 @@ void Start(const PanoQuery& query, PanoramaFetcher* fetcher, PanoCollector* coll
   fetcher->FetchMetaData(query.id, collector);
 }
 
-Outcome Ask(const PanoQuery& query, const PanoSource& source, PanoCollector* collector) {
+std::string MetresText(double metres) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << metres;
+  return text.str();
+}
+
+/// What was asked for, as the user said it, and what may help where nothing is there.
+Outcome NothingThere(const PanoQuery& query, const PanoFlags& flags) {
+  const auto nothing = [](const std::string& what, const std::string& where,
+                          const std::string& to_do) {
+    return Outcome::Fail(ExitCode::kNothingFound, what, where, to_do);
+  };
+  switch (query.kind) {
+  case PanoQuery::Kind::kPlace:
+    return nothing("no panorama within " + MetresText(query.radius_m) + " m" +
+                       (flags.level.empty() ? "" : " on level '" + flags.level + "'"),
+                   "--at " + flags.at, "choose a place on a street, or a larger --radius");
+  case PanoQuery::Kind::kTile:
+    return nothing("no panorama in this tile", "--tile " + flags.tile,
+                   "choose a tile with streets, or one of a lower zoom");
+  case PanoQuery::Kind::kId:
+    break;
+  }
+  return nothing("no panorama has this id", "--id " + flags.id, "find ids with --at or --tile");
+}
+
+Outcome Ask(const PanoQuery& query, const PanoFlags& flags, const PanoSource& source,
+            PanoCollector* collector) {
   const std::uint64_t failed_before = nimbara::net::GetNetworkStatistics().failed;
   {
     PanoramaFetcher fetcher;
@@ -137,7 +166,7 @@ Outcome Ask(const PanoQuery& query, const PanoSource& source, PanoCollector* col
   return nimbara::net::GetNetworkStatistics().failed != failed_before
              ? Outcome::Fail(ExitCode::kUnavailable, "the service does not answer", source.url(),
                              "see that it runs and that the address is right")
-             : Outcome::Fail(ExitCode::kNothingFound, "no panorama there", source.url());
+             : NothingThere(query, flags);
 }
 
 LatLng PlaceOf(const PanoramaData& record) {
@@ -314,7 +343,7 @@ Outcome Pano(const PanoFlags& flags, const Session& session) {
     return outcome;
   }
   PanoCollector collector;
-  if (Outcome outcome = Ask(query, source, &collector); !outcome.ok()) {
+  if (Outcome outcome = Ask(query, flags, source, &collector); !outcome.ok()) {
     return outcome;
   }
   const Groups groups = GroupByLevel(collector.records());

@@ -51,12 +51,9 @@ bool HasBody(const httplib::Request& request) {
           request.get_header_value("Content-Length") != "0");
 }
 
-// Why an address could not be bound, by the system's number of the last failure; 0 if no address
-// was found to try.
+// Why an address could not be bound, by the system's number of the last failure.
 const char* BindFault(int code) {
   switch (code) {
-  case 0:
-    return "no address of this name is known";
   case EADDRINUSE:
     return "the port is taken";
   case EACCES:

@@ -124,6 +124,31 @@ TEST_F(Command, AnswersWrongUsageWithOneLineAndCode2) {
   EXPECT_TRUE(Files().empty());
 }
 
+TEST_F(Command, NamesTheWordThatMeansNothing) {
+  EXPECT_EQ(RunPelorin({}).err, "pelorin: no verb was given; see 'pelorin --help'\n");
+  EXPECT_EQ(RunPelorin({"fly", "high"}).err,
+            "pelorin: there is no verb 'fly'; see 'pelorin --help'\n");
+  EXPECT_EQ(RunPelorin({"--fly"}).err,
+            "pelorin: there is no option '--fly'; see 'pelorin --help'\n");
+  EXPECT_NE(RunPelorin({"serve", "--seed", "-1"}).err.find("--seed"), std::string::npos);
+}
+
+TEST_F(Command, HelpsWithTheWholeWhereNoVerbIsNamed) {
+  EXPECT_EQ(RunPelorin({"help"}).out, RunPelorin({"--help"}).out);
+  EXPECT_EQ(RunPelorin({"help", "serve"}).out, RunPelorin({"serve", "--help"}).out);
+}
+
+TEST_F(Command, SaysWhatWasAskedForWhereNoPanoramaIs) {
+  EXPECT_EQ(RunPelorin({"pano", "--at", "0,0"}).err,
+            "pelorin pano: --at 0,0: no panorama within 50 m; choose a place on a street, or a "
+            "larger --radius\n");
+  EXPECT_EQ(RunPelorin({"pano", "--id", "a"}).err,
+            "pelorin pano: --id a: no panorama has this id; find ids with --at or --tile\n");
+  EXPECT_EQ(RunPelorin({"pano", "--tile", "1,1,1"}).err,
+            "pelorin pano: --tile 1,1,1: no panorama in this tile; choose a tile with streets, or "
+            "one of a lower zoom\n");
+}
+
 TEST_F(Command, AnswersBadDataWithCode1AndNamesTheFile) {
   const std::string path = Path("no.sqlite");
   for (const bool is_there : {false, true}) {

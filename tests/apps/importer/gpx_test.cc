@@ -77,6 +77,18 @@ TEST_F(GpxImport, PointsWithoutAPlaceAreSteppedOverWithTheirLine) {
   EXPECT_NE(result.warnings[0].find("a.gpx: line 3: "), std::string::npos) << result.warnings[0];
 }
 
+TEST_F(GpxImport, PlacesThatAreNoNumbersAreSteppedOver) {
+  std::string points = "<trkpt lat=\"51\" lon=\"7\"/>";
+  for (const char* lat : {"nan", "-nan", "inf", "-inf", "1e999", "1e-999", "0x33", "", "51,0"}) {
+    points += std::string("<trkpt lat=\"") + lat + "\" lon=\"7\"/>";
+  }
+  const ImportResult result = ImportText("<gpx><trk><trkseg>" + points +
+                                         "<trkpt lat=\"51.0009\" lon=\"7\"/></trkseg></trk></gpx>");
+  ASSERT_EQ(result.status, ImportStatus::kDone) << result.error;
+  EXPECT_EQ(result.warning_count, 9u);
+  EXPECT_EQ(result.counts.panoramas, 11);
+}
+
 TEST_F(GpxImport, ASleepingRecorderDoesNoHarm) {
   std::string points;
   for (int i = 0; i < 1000; ++i) {

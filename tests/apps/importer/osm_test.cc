@@ -165,6 +165,31 @@ TEST_F(OsmImport, OverlappingExtractsJoin) {
   EXPECT_EQ(result.counts.panoramas, 15);
 }
 
+TEST_F(OsmImport, EntityBombsAreRefused) {
+  ExpectRefused("a.osm",
+                "<!DOCTYPE osm [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;\">]>" +
+                    OsmFile("<way id=\"1\"><tag k=\"name\" v=\"&b;\"/></way>"),
+                ImportStatus::kBadInput, "a.osm: damaged or not OpenStreetMap data");
+}
+
+TEST_F(OsmImport, DeepNestingIsRefusedOrPassedOver) {
+  std::string nested;
+  for (int i = 0; i < 100000; ++i) {
+    nested += "<a>";
+  }
+  ExpectRefused("a.osm", OsmFile(nested), ImportStatus::kBadInput, "a.osm: damaged");
+}
+
+TEST_F(OsmImport, PlacesThatAreNoNumbersAreRefused) {
+  for (const char* lat : {"nan", "inf", "1e999", "51,5"}) {
+    ExpectRefused("a.osm",
+                  OsmFile(std::string("<node id=\"1\" version=\"1\" lat=\"") + lat +
+                          "\" lon=\"7\"/>" + OsmNode(2, 51.0, 7.0) +
+                          OsmWay(10, {1, 2}, {{"highway", "path"}})),
+                  ImportStatus::kBadInput, "a.osm: damaged");
+  }
+}
+
 TEST_F(OsmImport, DepthMapsAreLeftOutOnRequest) {
   options_.depth_maps = false;
   const ImportResult result = ImportFiles({{"small.osm", SmallOsm()}});

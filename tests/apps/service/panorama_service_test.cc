@@ -294,7 +294,7 @@ TEST(PanoramaServiceStart, SaysWhatIsWrongWithAnAddress) {
   options.host = "no-such-host.invalid";
   EXPECT_EQ(PanoramaService::Start(*dataset, options, &error), nullptr);
   EXPECT_EQ(error,
-            "cannot listen on no-such-host.invalid port 0: no address of this name is known");
+            "cannot listen on no-such-host.invalid port 0: the address is not one of this machine");
 }
 
 TEST(PanoramaServiceStart, TakesAPortAgainThatAServiceHasLeft) {
