@@ -8,6 +8,7 @@
 #include "apps/mesh/faces.h"
 #include "apps/mesh/mesh_stream.h"
 #include "apps/mesh/obj_reader.h"
+#include "apps/mesh/plain_glb.h"
 #include "apps/mesh/ply_check.h"
 #include "apps/mesh/scene_reader.h"
 
@@ -29,8 +30,11 @@ bool Read(const std::string& bytes, const std::string& path, MeshFormat format,
       return false;
     }
     return ReadScene(bytes, NameOfFormat(format), shape, error);
-  case MeshFormat::kGlb:
-    return ReadScene(bytes, NameOfFormat(format), shape, error);
+  case MeshFormat::kGlb: {
+    std::string plain;
+    return MakePlainGlb(bytes, &plain, error) &&
+           ReadScene(plain, NameOfFormat(format), shape, error);
+  }
   case MeshFormat::kStream:
     return DecodeMesh(bytes, shape, nullptr, error);
   case MeshFormat::kUnknown:
@@ -102,6 +106,10 @@ bool ReadMeshFile(const std::string& bytes, const std::string& path, MeshFormat 
     return false;
   }
   return shape->Validate(error);
+}
+
+std::string MaterialName(std::size_t position) {
+  return "material-" + std::to_string(position);
 }
 
 std::size_t CountTriangles(const geometry3d::Shape& shape) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "util/geometry3d/mesh/shape.h"
@@ -25,6 +26,9 @@ std::string NameOfFormat(MeshFormat format);
 /// reason in `*error`; `*shape` is then of no use.
 bool ReadMeshFile(const std::string& bytes, const std::string& path, MeshFormat format,
                   geometry3d::Shape* shape, std::string* error);
+
+/// What a material is called in files; in a shape it has a position and no name.
+std::string MaterialName(std::size_t position);
 
 /// Triangles and lines of a shape.
 std::size_t CountTriangles(const geometry3d::Shape& shape);

@@ -5,7 +5,13 @@
 #include <tiny_obj_loader.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <sstream>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "apps/mesh/mesh_builder.h"
@@ -119,6 +125,72 @@ class FaceTaker {
   std::size_t count_ = 0;
 };
 
+// The library keeps the number of a face's corners in one byte.
+constexpr std::size_t kMostCorners = 255;
+constexpr std::uintmax_t kMostLibraryBytes = std::uintmax_t{64} << 20;
+constexpr std::string_view kBlanks = " \t\r";
+
+std::size_t CountWords(std::string_view text) {
+  std::size_t words = 0;
+  for (std::size_t at = text.find_first_not_of(kBlanks); at != std::string_view::npos;
+       at = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, at))) {
+    ++words;
+  }
+  return words;
+}
+
+// The text without its tags of subdivision surfaces: they tell nothing of the mesh, and the library
+// makes room for as many as they claim to be. False for a face that the library would cut.
+bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
+  taken->reserve(text.size());
+  for (std::size_t number = 1; !text.empty(); ++number) {
+    std::size_t end = text.find_first_of("\r\n");
+    const std::string_view line = text.substr(0, end);
+    if (text.substr(line.size(), 2) == "\r\n") {
+      ++end;
+    }
+    const std::size_t begin = line.find_first_not_of(kBlanks);
+    const std::string_view word =
+        begin == std::string_view::npos
+            ? std::string_view()
+            : line.substr(begin, line.find_first_of(kBlanks, begin) - begin);
+    if (word == "f" && CountWords(line) > kMostCorners + 1) {
+      *error = "the face in line " + std::to_string(number) + " has more than " +
+               std::to_string(kMostCorners) + " corners";
+      return false;
+    }
+    if (word != "t") {
+      taken->append(line);
+    }
+    taken->append("\n");
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+  return true;
+}
+
+// Reads the libraries in one folder. What is no plain file might never end.
+class LibraryReader : public tinyobj::MaterialReader {
+ public:
+  explicit LibraryReader(const std::string& folder) : folder_(folder) {}
+
+  bool operator()(const std::string& name, std::vector<tinyobj::material_t>* materials,
+                  std::map<std::string, int>* places, std::string* warning,
+                  std::string* fault) override {
+    const std::string path = folder_ + name;
+    std::error_code code;
+    if (!std::filesystem::is_regular_file(path, code) ||
+        std::filesystem::file_size(path, code) > kMostLibraryBytes) {
+      return false;
+    }
+    std::ifstream file(path);
+    tinyobj::LoadMtl(places, materials, &file, warning, fault);
+    return true;
+  }
+
+ private:
+  const std::string folder_;
+};
+
 std::string FirstLine(const std::string& text) {
   return text.substr(0, text.find('\n'));
 }
@@ -131,8 +203,12 @@ bool ReadObj(const std::string& text, const std::string& folder, Shape* shape, s
   std::vector<tinyobj::material_t> materials;
   std::string warning;
   std::string fault;
-  std::istringstream stream(text);
-  tinyobj::MaterialFileReader libraries(folder);
+  std::string lines;
+  if (!TakeLines(text, &lines, error)) {
+    return false;
+  }
+  std::istringstream stream(lines);
+  LibraryReader libraries(folder);
   const bool read = tinyobj::LoadObj(&attributes, &parts, &materials, &warning, &fault, &stream,
                                      &libraries, /*triangulate=*/false);
   if (!read) {

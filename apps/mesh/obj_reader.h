@@ -11,10 +11,11 @@ namespace mesh {
 /// Reads the text of a Wavefront OBJ file into an empty shape, its three index arrays kept apart.
 /// Faces of three, four and more corners become triangles, quads and polygons, lines become lines,
 /// free points are left out. Material libraries are sought in `folder` (with a slash at its end, or
-/// empty for the current one); one that is missing leaves the faces without material.
+/// empty for the current one); one that is missing, larger than 64 MiB or no plain file leaves the
+/// faces without material.
 ///
 /// False with a reason in `*error` for text that cannot be read, faces that name what is not there
-/// and text without faces; `*shape` is then of no use.
+/// or have more than 255 corners, and text without faces; `*shape` is then of no use.
 bool ReadObj(const std::string& text, const std::string& folder, geometry3d::Shape* shape,
              std::string* error);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/mesh/faces.h"
+#include "apps/mesh/mesh_file.h"
 
 namespace pelorin {
 namespace mesh {
@@ -67,10 +68,6 @@ std::string OnOneLine(std::string name) {
   return name;
 }
 
-std::string MaterialName(int index) {
-  return "material_" + std::to_string(index);
-}
-
 }  // namespace
 
 std::string ObjText(const geometry3d::Shape& shape, const std::string& library) {
@@ -96,7 +93,7 @@ std::string ObjText(const geometry3d::Shape& shape, const std::string& library) 
   }
   for (const geometry3d::IndexSet* set : shape.index_sets()) {
     if (set->material_index() >= 0) {
-      text += "usemtl " + MaterialName(set->material_index()) + "\n";
+      text += "usemtl " + MaterialName(static_cast<std::size_t>(set->material_index())) + "\n";
     }
     ForEachFace(*set, [&](const std::vector<int>& face) {
       if (!IsWhole(*set, face)) {
@@ -116,7 +113,7 @@ std::string MtlText(const geometry3d::Shape& shape) {
   std::string text;
   for (std::size_t i = 0; i < shape.materials().size(); ++i) {
     const geometry3d::Material& material = *shape.materials()[i];
-    text += "newmtl " + MaterialName(static_cast<int>(i)) + "\n";
+    text += "newmtl " + MaterialName(i) + "\n";
     AppendColor("Ka", material.ambient_color(), &text);
     AppendColor("Kd", material.diffuse_color(), &text);
     AppendColor("Ks", material.specular_color(), &text);

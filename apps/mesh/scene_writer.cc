@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "apps/mesh/faces.h"
+#include "apps/mesh/mesh_file.h"
 #include "util/geometry3d/mesh/bbox.h"
 
 namespace pelorin {
@@ -176,7 +177,7 @@ std::unique_ptr<aiScene> MakeScene(const Shape& shape, const Vector3<double>& or
   }
   std::vector<std::unique_ptr<aiMaterial>> materials;
   for (std::size_t i = 0; i < shape.materials().size(); ++i) {
-    materials.push_back(MakeMaterial(*shape.materials()[i], "material_" + std::to_string(i)));
+    materials.push_back(MakeMaterial(*shape.materials()[i], MaterialName(i)));
   }
   geometry3d::Material plain;
   plain.set_diffuse_color(Vector3<float>(0.8f, 0.8f, 0.8f));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -125,8 +126,74 @@ TEST(Obj, TellsMaterialsInItsLibrary) {
   material->set_diffuse_color({0.5f, 0.25f, 1.0f});
   material->set_transparency(0.25f);
   material->set_texture_uri("two\nlines.png");
-  EXPECT_EQ(MtlText(shape), "newmtl material_0\nKa 0 0 0\nKd 0.5 0.25 1\nKs 0 0 0\nKe 0 0 0\n"
+  EXPECT_EQ(MtlText(shape), "newmtl material-0\nKa 0 0 0\nKd 0.5 0.25 1\nKs 0 0 0\nKe 0 0 0\n"
                             "Tf 0 0 0\nNs 0\nd 0.75\nmap_Kd two_lines.png\n");
+}
+
+TEST(Obj, RefusesAFaceOfMoreCornersThanItsReaderCounts) {
+  // Their number used to be cut to one byte, which put every face behind it out of place.
+  const auto polygon = [](int corners) {
+    std::string points;
+    std::string face = "f";
+    for (int i = 1; i <= corners; ++i) {
+      points += "v " + std::to_string(i) + " " + std::to_string(i * i) + " 0\n";
+      face += " " + std::to_string(i);
+    }
+    return points + "#\r\n" + face + "\nf 1 2 3\n";
+  };
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(Read(polygon(255), &shape, &error)) << error;
+  ASSERT_EQ(shape.index_sets().size(), 2u);
+  EXPECT_EQ(shape.index_sets()[0]->point_indices().size(), 255u);
+  EXPECT_EQ(shape.index_sets()[1]->point_indices(), Indices({0, 1, 2}));
+  Shape other;
+  EXPECT_FALSE(Read(polygon(300), &other, &error));
+  EXPECT_EQ(error, "the face in line 302 has more than 255 corners");
+}
+
+TEST(Obj, MakesNoRoomForTheTagsOfSubdivision) {
+  for (const char* tag : {"t crease 2000000000/2000000000/2000000000 1 2 3\n",
+                          " \tt crease 2000000000/0/0\r\n", "#\rt crease 2000000000/0/0\r"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_TRUE(Read(tag + std::string(kPools) + "f 1 2 3\n" + tag, &shape, &error)) << error;
+    EXPECT_EQ(shape.points().size(), 5u);
+  }
+}
+
+TEST(Obj, ReadsNoMaterialsFromWhatNeverEnds) {
+  for (const char* folder : {"", "/dev/"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_TRUE(ReadObj("mtllib /dev/zero\nmtllib zero\nmtllib /\nusemtl red\n" +
+                            std::string(kPools) + "f 1 2 3\n",
+                        folder, &shape, &error))
+        << error;
+    EXPECT_TRUE(shape.materials().empty());
+  }
+}
+
+TEST(Obj, IsReadOrRefusedWhenCutOrFlipped) {
+  Shape sheet;
+  test_support::FillSheet(2, &sheet);
+  const std::string whole = ObjText(sheet, "");
+  std::mt19937 random(20261122);
+  for (int round = 0; round < 1500; ++round) {
+    std::string damaged = whole;
+    if (round % 3 == 0) {
+      damaged.resize(random() % damaged.size());
+    } else {
+      damaged[random() % damaged.size()] ^= static_cast<char>(1 << random() % 8);
+    }
+    Shape shape;
+    std::string error;
+    if (Read(damaged, &shape, &error)) {
+      EXPECT_TRUE(shape.Validate(&error)) << error;
+    } else {
+      EXPECT_FALSE(error.empty());
+    }
+  }
 }
 
 }  // namespace
