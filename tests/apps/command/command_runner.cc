@@ -79,6 +79,17 @@ CommandRun RunPelorin(const std::vector<std::string>& arguments) {
   return run;
 }
 
+std::string RunOther(const std::string& line) {
+  FILE* const pipe = popen(line.c_str(), "r");
+  std::string text;
+  std::array<char, 4096> buffer;
+  for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+    text.append(buffer.data(), got);
+  }
+  EXPECT_EQ(pclose(pipe), 0) << line;
+  return text;
+}
+
 BackgroundCommand::BackgroundCommand(const std::vector<std::string>& arguments) {
   int ends[2] = {-1, -1};
   if (pipe2(ends, O_CLOEXEC) == 0) {

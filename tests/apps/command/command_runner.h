@@ -20,6 +20,9 @@ struct CommandRun {
 /// Runs the built command as a process of its own and waits for its end.
 CommandRun RunPelorin(const std::vector<std::string>& arguments);
 
+/// What another program writes to its standard output; it must be there and succeed.
+std::string RunOther(const std::string& line);
+
 /// A command that runs until it is told to stop. Killed if the test forgets it.
 class BackgroundCommand {
  public:

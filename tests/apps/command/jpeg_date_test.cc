@@ -20,18 +20,6 @@ using Words = std::vector<std::string>;
 
 constexpr char kBlock2017[] = "*#Q0#*0*AD*2017:12:31*#0Q#*";
 
-// What another program writes to its standard output; it must be there and succeed.
-std::string RunOther(const std::string& line) {
-  FILE* const pipe = popen(line.c_str(), "r");
-  std::string text;
-  std::array<char, 4096> buffer;
-  for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
-    text.append(buffer.data(), got);
-  }
-  EXPECT_EQ(pclose(pipe), 0) << line;
-  return text;
-}
-
 class JpegDate : public CommandTest {
  protected:
   std::string WriteJpegFile(const std::string& name, const std::string& comment = "") const {
