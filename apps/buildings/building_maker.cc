@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/buildings/building_parts.h"
 #include "apps/buildings/tessellation.h"
 
 namespace pelorin {
@@ -70,6 +71,21 @@ std::vector<PlaneRing> RingsOnPlan(const Footprint& footprint, const Plan& plan)
   return rings;
 }
 
+BuildingParts PartsOf(const std::vector<Footprint>& footprints, const Plan& plan) {
+  BuildingParts parts;
+  for (const Footprint& footprint : footprints) {
+    if (footprint.is_part) {
+      try {
+        parts.Add(RingsOnPlan(footprint, plan));
+      } catch (const TessellationFault&) {
+        // It is left out below, and told of there.
+      }
+    }
+  }
+  parts.Sort();
+  return parts;
+}
+
 }  // namespace
 
 BuildingResult MakeBuilding(const BuildingOptions& options, Footprints* footprints,
@@ -79,6 +95,7 @@ BuildingResult MakeBuilding(const BuildingOptions& options, Footprints* footprin
   const Plan plan(result.origin);
   const double step = std::ldexp(1.0, -options.point_bits);
   Tessellator tessellator(step);
+  const BuildingParts building_parts = PartsOf(footprints->footprints, plan);
   const std::uint64_t total = footprints->footprints.size();
   std::uint64_t done = 0;
   for (const Footprint& footprint : footprints->footprints) {
@@ -88,7 +105,12 @@ BuildingResult MakeBuilding(const BuildingOptions& options, Footprints* footprin
     bool repaired = false;
     std::vector<TessellatedPolygon> parts;
     try {
-      parts = tessellator.Cut(RingsOnPlan(footprint, plan), &repaired);
+      const std::vector<PlaneRing> rings = RingsOnPlan(footprint, plan);
+      if (!footprint.is_part && building_parts.Replace(rings, &tessellator)) {
+        ++result.replaced;
+        continue;
+      }
+      parts = tessellator.Cut(rings, &repaired);
       if (parts.empty()) {
         throw TessellationFault("it is thinner than a step of the coordinates");
       }

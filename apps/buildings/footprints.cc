@@ -67,6 +67,7 @@ class Reader {
       return;
     }
     footprint.height_m = HeightOf(properties);
+    footprint.is_part = IsPart(properties);
     found_->footprints.push_back(std::move(footprint));
   }
 
@@ -96,6 +97,11 @@ class Reader {
     }
     footprint->rings.push_back(std::move(ring));
     return true;
+  }
+
+  static bool IsPart(const Json& properties) {
+    const std::string part = Text(properties, "building:part");
+    return !part.empty() && part != "no" && Text(properties, "building").empty();
   }
 
   double HeightOf(const Json& properties) {

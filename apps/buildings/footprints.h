@@ -17,6 +17,7 @@ struct Footprint {
   std::string name;  ///< The feature's id, or its number such as "feature 3".
   std::vector<std::vector<LatLng>> rings;
   double height_m = 0.0;  ///< Metres above the ground, above 0 and at most 10000.
+  bool is_part = false;  ///< Of a building with an outline of its own: its `building:part` says so.
 };
 
 /// How heights are found.

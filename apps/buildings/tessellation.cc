@@ -108,6 +108,18 @@ class Tessellator::Geos {
     return Checked(GEOSGeom_setPrecision_r(handle_, &geometry, step, 0));
   }
 
+  Geometry Without(const GEOSGeometry& geometry, const GEOSGeometry& other) {
+    return Checked(GEOSDifference_r(handle_, &geometry, &other));
+  }
+
+  double AreaOf(const GEOSGeometry& geometry) {
+    double area = 0.0;
+    if (GEOSArea_r(handle_, &geometry, &area) == 0) {
+      throw Fault();
+    }
+    return area;
+  }
+
   Geometry Triangles(const GEOSGeometry& polygon) {
     return Checked(GEOSConstrainedDelaunayTriangulation_r(handle_, &polygon));
   }
@@ -232,6 +244,18 @@ std::vector<TessellatedPolygon> Tessellator::Cut(const std::vector<PlaneRing>& r
     }
   }
   return parts;
+}
+
+double Tessellator::CoveredShare(const std::vector<PlaneRing>& rings,
+                                 const std::vector<const std::vector<PlaneRing>*>& others) {
+  bool repaired = false;
+  auto open = geos_->Repaired(*geos_->PolygonOf(rings), &repaired);
+  const double whole = geos_->AreaOf(*open);
+  for (const std::vector<PlaneRing>* const other : others) {
+    const auto cover = geos_->Repaired(*geos_->PolygonOf(*other), &repaired);
+    open = geos_->Without(*open, *cover);
+  }
+  return whole > 0.0 ? 1.0 - geos_->AreaOf(*open) / whole : 0.0;
 }
 
 }  // namespace pelorin

@@ -27,7 +27,8 @@ class TessellationFault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Cuts polygons with holes into triangles, by the constrained Delaunay triangulation of GEOS.
+/// Cuts polygons with holes into triangles, by the constrained Delaunay triangulation of GEOS, and
+/// compares them.
 ///
 ///     Tessellator tessellator(1.0 / 256.0);
 ///     for (const TessellatedPolygon& part : tessellator.Cut({outer, hole})) ...
@@ -48,6 +49,11 @@ class Tessellator {
   /// several polygons of one, and none of one that is thinner than a step. Throws
   /// `TessellationFault`.
   std::vector<TessellatedPolygon> Cut(const std::vector<PlaneRing>& rings, bool* repaired);
+
+  /// How much of a polygon others cover together, from 0 to 1. All are given as for `Cut`, and it
+  /// throws as that does.
+  double CoveredShare(const std::vector<PlaneRing>& rings,
+                      const std::vector<const std::vector<PlaneRing>*>& others);
 
  private:
   class Geos;

@@ -54,6 +54,9 @@ std::string BuildingText(const BuildingReport& report) {
       text << source.repaired << " repaired, " << source.left_out << " left out, "
            << source.above_ground << " begin above the ground and stand on it here\n";
     }
+    if (source.replaced > 0) {
+      text << source.replaced << " outlines give way to their building:part\n";
+    }
     text << "origin " << LatLngText(source.origin) << '\n';
   }
   text << report.polygons << " polygons, " << report.contours << " contours, " << report.points
@@ -90,6 +93,7 @@ std::string BuildingJson(const BuildingReport& report) {
     json["above_ground"] = source.above_ground;
     json["repaired"] = source.repaired;
     json["left_out"] = source.left_out;
+    json["replaced_by_parts"] = source.replaced;
     json["attribution"] = report.attribution;
   }
   json["warnings"] = report.warnings;

@@ -28,6 +28,7 @@ struct BuildingReport {
     std::uint64_t above_ground = 0;
     std::uint64_t repaired = 0;
     std::uint64_t left_out = 0;
+    std::uint64_t replaced = 0;
     LatLng origin;
   };
   std::optional<Source> source;
@@ -52,8 +53,8 @@ std::string BuildingText(const BuildingReport& report);
 /// {"input", "polygons", "contours", "points", "triangles", "extent_m": {"west", "south", "east",
 /// "north"}, "roofs_m": {"lowest", "highest"}, "point_bits", "stream_bytes", "bytes_per_triangle",
 /// and of footprints "origin": {lat, lng}, "footprints", "heights": {"height", "levels",
-/// "default"}, "above_ground", "repaired", "left_out", "attribution"; "warnings": [text],
-/// "warning_count"}.
+/// "default"}, "above_ground", "repaired", "left_out", "replaced_by_parts", "attribution";
+/// "warnings": [text], "warning_count"}.
 std::string BuildingJson(const BuildingReport& report);
 
 }  // namespace command

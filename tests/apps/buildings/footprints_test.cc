@@ -185,5 +185,18 @@ TEST(ParseHeight, RefusesWhatIsNoHeightAndLeavesTheNumberAlone) {
   EXPECT_EQ(metres, -1.0);
 }
 
+TEST_F(FootprintReader, KnowsThePartsOfBuildings) {
+  const auto is_part = [this](const std::string& properties) {
+    EXPECT_TRUE(Read(Feature(properties))) << error_;
+    return found_.footprints.at(0).is_part;
+  };
+  EXPECT_TRUE(is_part(R"("building:part":"yes")"));
+  EXPECT_TRUE(is_part(R"("building:part":"roof","height":3)"));
+  EXPECT_FALSE(is_part(R"("building:part":"no")"));
+  EXPECT_FALSE(is_part(R"("building":"yes")"));
+  // The outline of one that is a part of nothing.
+  EXPECT_FALSE(is_part(R"("building":"yes","building:part":"yes")"));
+}
+
 }  // namespace
 }  // namespace pelorin
