@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command as its users meet it: one process, its outputs, its exit code.
+#include <cctype>
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -59,8 +60,32 @@ TEST_F(Command, TellsTheVersionsOfItsLibraries) {
   const CommandRun run = RunPelorin({"--version"});
   EXPECT_EQ(run.exit_code, 0);
   EXPECT_EQ(run.out.rfind("pelorin ", 0), 0u);
-  for (const char* library : {"Qt ", "curl ", "zlib ", "SQLite ", "GEOS ", "Boost "}) {
-    EXPECT_NE(run.out.find(library), std::string::npos) << library;
+  for (const std::string library : {"Qt ",
+                                    "curl ",
+                                    "zlib ",
+                                    "bzip2 ",
+                                    "Expat ",
+                                    "SQLite ",
+                                    "GEOS ",
+                                    "assimp ",
+                                    "cairo ",
+                                    "GDAL ",
+                                    "libjpeg-turbo ",
+                                    "libexif ",
+                                    "meshoptimizer ",
+                                    "tinyobjloader ",
+                                    "JsonCpp ",
+                                    "nlohmann-json ",
+                                    "pugixml ",
+                                    "SQLiteCpp ",
+                                    "cpp-httplib ",
+                                    "CLI11 ",
+                                    "libosmium ",
+                                    "Boost "}) {
+    const std::size_t line = run.out.find("\n" + library);
+    ASSERT_NE(line, std::string::npos) << library;
+    EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(run.out.at(line + 1 + library.size()))))
+        << library;
   }
 }
 
