@@ -2,7 +2,10 @@
 #include "apps/command/mesh_report.h"
 
 #include <cmath>
+#include <iomanip>
+#include <locale>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "apps/mesh/mesh_file.h"
 
@@ -83,7 +86,21 @@ Json ToJson(const MeshReport& report) {
           {"error", Error(report)}};
 }
 
+// For reading: nine digits tell apart what the eye does.
 std::string Plain(const Json& value) {
+  if (value.is_array()) {
+    std::string text;
+    for (const Json& item : value) {
+      text += (text.empty() ? "" : ", ") + Plain(item);
+    }
+    return text.empty() ? "-" : text;
+  }
+  if (value.is_number_float()) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::setprecision(9) << value.get<double>();
+    return text.str();
+  }
   return value.is_string() ? value.get<std::string>() : value.is_null() ? "-" : value.dump();
 }
 

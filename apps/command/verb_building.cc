@@ -13,6 +13,7 @@
 #include "apps/command/input_file.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
+#include "apps/mesh/mesh_file.h"
 
 namespace pelorin {
 namespace command {
@@ -81,8 +82,10 @@ Outcome ReadPlan(const std::string& text, const BuildingFlags& flags, const Sess
   Footprints footprints;
   std::string error;
   if (!ReadFootprints(text, flags.heights, &footprints, &error)) {
-    return Outcome::Fail(ExitCode::kDataError, error, InputName(flags.input),
-                         "give footprints as GeoJSON, or a building stream");
+    const bool is_mesh = mesh::FormatOfBytes(text) != mesh::MeshFormat::kUnknown;
+    return Outcome::Fail(
+        ExitCode::kDataError, is_mesh ? "it is a mesh" : error, InputName(flags.input),
+        is_mesh ? "see 'pelorin mesh'" : "give footprints as GeoJSON, or a building stream");
   }
   Progress progress = session.NewProgress("footprints");
   options.on_progress = [&progress](std::uint64_t done, std::uint64_t total) {
@@ -98,6 +101,7 @@ Outcome ReadPlan(const std::string& text, const BuildingFlags& flags, const Sess
   source.above_ground = footprints.above_ground;
   source.repaired = result.repaired;
   source.left_out = result.left_out;
+  source.replaced = result.replaced;
   source.origin = result.origin;
   report->source = source;
   report->attribution = footprints.attribution;

@@ -2,9 +2,12 @@
 #include <CLI/CLI.hpp>
 #include <cstddef>
 #include <filesystem>
+#include <locale>
 #include <memory>
+#include <sstream>
 #include <string>
 
+#include "apps/buildings/stream_file.h"
 #include "apps/command/input_file.h"
 #include "apps/command/mesh_report.h"
 #include "apps/command/output_file.h"
@@ -45,11 +48,20 @@ Outcome DataError(const std::string& what, const std::string& where,
   return Outcome::Fail(ExitCode::kDataError, what, where, to_do);
 }
 
+/// The bytes of a file, which may be another verb's.
+Outcome ReadAny(const std::string& path, std::string* bytes) {
+  Outcome outcome = ReadInput(path, kMostBytes, bytes);
+  if (outcome.ok() && IsBuildingStream(*bytes)) {
+    return DataError("it is a building stream", InputName(path), "see 'pelorin building'");
+  }
+  return outcome;
+}
+
 /// The bytes of a file and the format that they are in: what the user says, what they say
 /// themselves, what their name says.
 Outcome ReadBytes(const std::string& path, const std::string& said, std::string* bytes,
                   MeshFormat* format) {
-  if (Outcome outcome = ReadInput(path, kMostBytes, bytes); !outcome.ok()) {
+  if (Outcome outcome = ReadAny(path, bytes); !outcome.ok()) {
     return outcome;
   }
   *format = said.empty() ? mesh::FormatOfBytes(*bytes) : mesh::FormatOfName(said);
@@ -87,7 +99,8 @@ Outcome Encode(const MeshFlags& flags, Shape* shape, mesh::CodedMesh* coded) {
     encoded = encode();
   }
   return encoded ? Outcome::Done()
-                 : DataError(error, InputName(flags.input), "give fewer bits or a larger error");
+                 : DataError(error, InputName(flags.input),
+                             "give fewer bits or a larger error, or move the mesh nearer to zero");
 }
 
 Outcome RunEncode(const MeshFlags& flags, const Session& session) {
@@ -110,9 +123,11 @@ Outcome RunEncode(const MeshFlags& flags, const Session& session) {
   if (Outcome outcome = WriteOutput(flags.output, flags.overwrite, coded.bytes); !outcome.ok()) {
     return outcome;
   }
-  session.TellDetail(std::to_string(mesh::CountTriangles(shape)) + " triangles in " +
-                     std::to_string(coded.bytes.size()) + " bytes, " +
-                     std::to_string(coded.settings.point_bits) + " bits for points");
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << mesh::CountTriangles(shape) << " triangles in " << coded.bytes.size() << " bytes, "
+       << coded.settings.point_bits << " bits for points, every point within " << coded.error.max;
+  session.Tell(text.str());
   return Outcome::Done();
 }
 
@@ -154,7 +169,7 @@ Outcome RunDecode(const MeshFlags& flags) {
     return outcome;
   }
   std::string bytes;
-  if (Outcome outcome = ReadInput(flags.input, kMostBytes, &bytes); !outcome.ok()) {
+  if (Outcome outcome = ReadAny(flags.input, &bytes); !outcome.ok()) {
     return outcome;
   }
   Shape shape;
@@ -292,7 +307,10 @@ void AddPrecision(CLI::App& verb, const std::string& names, const std::string& w
 void AddMeshVerb(CLI::App& app, Session& session) {
   const auto flags = std::make_shared<MeshFlags>();
   CLI::App* const verb = app.add_subcommand("mesh", "Turn meshes into shape streams and back");
-  verb->add_option("action", flags->action, "What to do")
+  verb->add_option(
+          "action", flags->action,
+          "A mesh file into a stream, a stream into a mesh file, what is in either and how far "
+          "coding moves it, or whether it is sound")
       ->required()
       ->check(CLI::IsMember({"encode", "decode", "info", "validate"}));
   verb->add_option("input", flags->input, "Mesh or shape stream; '-' for standard input")

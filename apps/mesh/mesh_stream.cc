@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstddef>
 #include <exception>
+#include <locale>
 #include <memory>
+#include <sstream>
 
 #include "vortan/diorama/shape_coder.h"
 
@@ -53,6 +55,25 @@ bool ComesBack(const Shape& shape, const CodedMesh& coded) {
                          Largest(shape.normals()), kFloatEpsilon) &&
          WithinHalfAStep(coded.error.max_tex_coord, Step(s.version, s.tex_coord_bits),
                          Largest(shape.tex_coords()), kFloatEpsilon);
+}
+
+// Of points, the most that version 3 has a place for: it keeps the least of each axis in 31 bits.
+double MostPointBits(const Shape& shape) {
+  return std::floor(30.0 - std::log2(Largest(shape.points())));
+}
+
+std::string CannotHold(const Shape& shape, const StreamSettings& settings) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << "version " << settings.version << " cannot hold ";
+  if (const double most = MostPointBits(shape);
+      settings.version == 3 && settings.point_bits > most) {
+    text << "coordinates as large as " << Largest(shape.points()) << " with " << settings.point_bits
+         << " bits, only with up to " << most;
+  } else {
+    text << "this mesh with these precisions";
+  }
+  return text.str();
 }
 
 // Decodes what may be anything.
@@ -132,8 +153,7 @@ bool EncodeMesh(const Shape& shape, const StreamSettings& settings, CodedMesh* c
   }
   if (!encoded || !DecodeGuarded(coded->bytes, settings.version, &coded->decoded, &read) ||
       !CompareMeshes(shape, coded->decoded, &coded->error) || !ComesBack(shape, *coded)) {
-    *error = "version " + std::to_string(settings.version) +
-             " cannot hold this mesh with these precisions";
+    *error = CannotHold(shape, settings);
     return false;
   }
   return true;

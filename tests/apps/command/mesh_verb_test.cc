@@ -127,6 +127,36 @@ TEST_F(MeshVerb, RefusesDamagedFilesInOneLineAndWritesNothing) {
   EXPECT_EQ(Files(), before);
 }
 
+TEST_F(MeshVerb, SendsOtherStreamsToTheirVerb) {
+  Write(Path("house.geojson"),
+        R"({"type":"Polygon","coordinates":[[[0,0],[0.001,0],[0,0.001],[0,0]]]})");
+  ASSERT_EQ(RunPelorin({"building", Path("house.geojson"), "-o", Path("house.zb")}).exit_code, 0);
+  ExpectOneLine(RunPelorin({"mesh", "info", Path("house.zb")}), 1, "see 'pelorin building'");
+  ExpectOneLine(RunPelorin({"mesh", "decode", Path("house.zb"), "-o", Path("x.glb")}), 1,
+                "see 'pelorin building'");
+  Write(Path("pyramid.obj"), kPyramid);
+  ASSERT_EQ(RunPelorin({"mesh", "encode", Path("pyramid.obj"), "-o", Path("p.shape")}).exit_code,
+            0);
+  ExpectOneLine(RunPelorin({"building", Path("p.shape")}), 1, "see 'pelorin mesh'");
+}
+
+TEST_F(MeshVerb, TellsSizeAndErrorOfWhatItEncodes) {
+  Write(Path("pyramid.obj"), kPyramid);
+  const CommandRun run = RunPelorin({"mesh", "encode", Path("pyramid.obj"), "-o", Path("p.shape")});
+  EXPECT_EQ(run.err.rfind("4 triangles in " + std::to_string(Content(Path("p.shape")).size()) +
+                              " bytes, 8 bits for points, every point within 0.00",
+                          0),
+            0u)
+      << run.err;
+  EXPECT_EQ(run.out, "");
+}
+
+TEST_F(MeshVerb, RoundsNumbersForReading) {
+  Write(Path("pyramid.obj"), kPyramid);
+  const CommandRun run = RunPelorin({"mesh", "info", Path("pyramid.obj")});
+  EXPECT_NE(run.out.find("extents.max: 10.3, 10.7, 7.7\n"), std::string::npos) << run.out;
+}
+
 TEST_F(MeshVerb, RefusesAWrongCommandLine) {
   Write(Path("pyramid.obj"), kPyramid);
   for (const std::vector<std::string>& arguments :
@@ -161,7 +191,7 @@ TEST_F(MeshVerb, KeepsAFileThatIsThere) {
 TEST_F(MeshVerb, RefusesAMeshThatThePrecisionCannotHold) {
   Write(Path("far.obj"), "v 4e9 0 0\nv 4000000001 0 0\nv 4e9 1 0\nf 1 2 3\n");
   ExpectOneLine(RunPelorin({"mesh", "encode", Path("far.obj"), "-o", Path("x.shape")}), 1,
-                "give fewer bits");
+                "only with up to -2; give fewer bits");
 }
 
 }  // namespace

@@ -46,8 +46,12 @@ TEST(MeshStream, RefusesCoordinatesThatDoNotComeBack) {
   CodedMesh coded;
   std::string error;
   EXPECT_FALSE(EncodeMesh(far, StreamSettings(), &coded, &error));
-  EXPECT_EQ(error, "version 3 cannot hold this mesh with these precisions");
-  EXPECT_TRUE(EncodeMesh(far, {3, -4, 8, 8}, &coded, &error)) << error;
+  EXPECT_EQ(error,
+            "version 3 cannot hold coordinates as large as 4e+09 with 8 bits, only with up to -2");
+  EXPECT_TRUE(EncodeMesh(far, {3, -2, 8, 8}, &coded, &error)) << error;
+  EXPECT_FALSE(EncodeMesh(far, {3, -1, 8, 8}, &coded, &error));
+  EXPECT_FALSE(EncodeMesh(far, {1, 31, 8, 8}, &coded, &error));
+  EXPECT_EQ(error, "version 1 cannot hold this mesh with these precisions");
 }
 
 TEST(MeshStream, PicksTheFewestBitsWithinAnError) {
