@@ -5,7 +5,9 @@
 //
 // Meshes have points and one index set of triangles: a made terrain of so many triangles, and the
 // shared real ones where they are there. Each comes as given, row by row, and with its triangles
-// and vertices reordered for reuse; that order is also coded as strips.
+// and vertices reordered for reuse; that order is also coded as strips. Rows that end in "Full" add
+// a normal and a texture coordinate to each point, which a shape names by two more arrays of
+// indices.
 #include <benchmark/benchmark.h>
 #include <draco/compression/decode.h>
 #include <draco/compression/encode.h>
@@ -30,6 +32,8 @@
 namespace {
 
 constexpr int kBits = 14;
+constexpr int kNormalBits = 8;
+constexpr int kTexCoordBits = 12;
 constexpr std::size_t kMostForDraco = 1000000;
 
 struct Mesh {
@@ -148,7 +152,15 @@ Mesh Reordered(const Mesh& mesh) {
   return result;
 }
 
-void MakeShape(const Mesh& mesh, bool strips, geometry3d::Shape* shape) {
+enum class Content { kPoints, kStrips, kFull };
+
+// Some normal and texture coordinate of each point: there is nothing in a mesh to take them from.
+std::array<float, 3> NormalAt(const std::array<float, 3>& point) {
+  const float turn = 9 * point[0] + 7 * point[1];
+  return {0.6f * std::sin(turn), 0.6f * std::cos(turn), 0.8f};
+}
+
+void MakeShape(const Mesh& mesh, Content content, geometry3d::Shape* shape) {
   for (const auto& point : mesh.points) {
     shape->mutable_points()->emplace_back(static_cast<double>(point[0]),
                                           static_cast<double>(point[1]),
@@ -156,13 +168,22 @@ void MakeShape(const Mesh& mesh, bool strips, geometry3d::Shape* shape) {
   }
   geometry3d::IndexSet* const set = shape->AddNewIndexSet();
   std::vector<unsigned> indices = mesh.indices;
-  if (strips) {
+  if (content == Content::kStrips) {
     set->set_format(geometry3d::IndexSet::kTriangleStrip);
     indices.resize(meshopt_stripifyBound(mesh.indices.size()));
     indices.resize(meshopt_stripify(indices.data(), mesh.indices.data(), mesh.indices.size(),
                                     mesh.points.size(), ~0u));
   }
   set->mutable_point_indices()->assign(indices.begin(), indices.end());
+  if (content == Content::kFull) {
+    for (const auto& point : mesh.points) {
+      const auto normal = NormalAt(point);
+      shape->mutable_normals()->emplace_back(normal[0], normal[1], normal[2]);
+      shape->mutable_tex_coords()->emplace_back(point[0], point[1]);
+    }
+    *set->mutable_normal_indices() = set->point_indices();
+    *set->mutable_tex_coord_indices() = set->point_indices();
+  }
 }
 
 void Report(const Mesh& mesh, std::size_t bytes, benchmark::State* state) {
@@ -179,13 +200,15 @@ using Job = std::function<void(benchmark::State&, const Mesh&)>;
 std::unique_ptr<vortan::ShapeEncoder> MakeEncoder(int version) {
   std::unique_ptr<vortan::ShapeEncoder> encoder(vortan::ShapeEncoder::CreateEncoder(version));
   encoder->set_point_bits(kBits);
+  encoder->set_normal_bits(kNormalBits);
+  encoder->set_tex_coord_bits(kTexCoordBits);
   return encoder;
 }
 
-Job EncodeShape(int version, bool strips) {
+Job EncodeShape(int version, Content content) {
   return [=](benchmark::State& state, const Mesh& mesh) {
     geometry3d::Shape shape;
-    MakeShape(mesh, strips, &shape);
+    MakeShape(mesh, content, &shape);
     std::size_t bytes = 0;
     for (auto _ : state) {
       const auto encoder = MakeEncoder(version);
@@ -196,12 +219,12 @@ Job EncodeShape(int version, bool strips) {
   };
 }
 
-Job DecodeShape(int version, bool strips) {
+Job DecodeShape(int version, Content content) {
   return [=](benchmark::State& state, const Mesh& mesh) {
     std::string stream;
     {
       geometry3d::Shape shape;
-      MakeShape(mesh, strips, &shape);
+      MakeShape(mesh, content, &shape);
       const auto encoder = MakeEncoder(version);
       encoder->EncodeShape(shape);
       encoder->get_buffer(&stream);
@@ -227,12 +250,37 @@ std::vector<Integers> Quantised(const Mesh& mesh) {
   return result;
 }
 
+// The same with a normal and a texture coordinate.
+struct FullIntegers {
+  Integers point;
+  std::array<std::int8_t, 4> normal;
+  std::array<std::uint16_t, 2> tex_coord;
+};
+
+std::vector<FullIntegers> QuantisedFull(const Mesh& mesh) {
+  std::vector<FullIntegers> result;
+  for (const Integers& point : Quantised(mesh)) {
+    const auto normal = NormalAt(mesh.points[result.size()]);
+    const auto whole = [](float value) {
+      return static_cast<std::int8_t>(std::lrint(127 * value));
+    };
+    const auto coarse = [](std::uint16_t value) {
+      return static_cast<std::uint16_t>(value >> (kBits - kTexCoordBits));
+    };
+    result.push_back({point,
+                      {whole(normal[0]), whole(normal[1]), whole(normal[2]), 0},
+                      {coarse(point[0]), coarse(point[1])}});
+  }
+  return result;
+}
+
 struct Optimised {
   std::vector<unsigned char> indices;
   std::vector<unsigned char> points;
 };
 
-void EncodeOptimised(const Mesh& mesh, const std::vector<Integers>& points, Optimised* result) {
+template <typename Vertex>
+void EncodeOptimised(const Mesh& mesh, const std::vector<Vertex>& points, Optimised* result) {
   result->indices.resize(meshopt_encodeIndexBufferBound(mesh.indices.size(), mesh.points.size()));
   result->indices.resize(meshopt_encodeIndexBuffer(result->indices.data(), result->indices.size(),
                                                    mesh.indices.data(), mesh.indices.size()));
@@ -242,8 +290,9 @@ void EncodeOptimised(const Mesh& mesh, const std::vector<Integers>& points, Opti
                                                    sizeof(points[0])));
 }
 
-void EncodeMeshoptimizer(benchmark::State& state, const Mesh& mesh) {
-  const std::vector<Integers> points = Quantised(mesh);
+template <typename Vertex>
+void EncodeMeshoptimizer(benchmark::State& state, const Mesh& mesh,
+                         const std::vector<Vertex>& points) {
   Optimised result;
   for (auto _ : state) {
     EncodeOptimised(mesh, points, &result);
@@ -252,12 +301,14 @@ void EncodeMeshoptimizer(benchmark::State& state, const Mesh& mesh) {
   Report(mesh, result.indices.size() + result.points.size(), &state);
 }
 
-void DecodeMeshoptimizer(benchmark::State& state, const Mesh& mesh) {
+template <typename Vertex>
+void DecodeMeshoptimizer(benchmark::State& state, const Mesh& mesh,
+                         const std::vector<Vertex>& source) {
   Optimised coded;
-  EncodeOptimised(mesh, Quantised(mesh), &coded);
+  EncodeOptimised(mesh, source, &coded);
   for (auto _ : state) {
     std::vector<unsigned> indices(mesh.indices.size());
-    std::vector<Integers> points(mesh.points.size());
+    std::vector<Vertex> points(mesh.points.size());
     meshopt_decodeIndexBuffer(indices.data(), indices.size(), sizeof(unsigned),
                               coded.indices.data(), coded.indices.size());
     meshopt_decodeVertexBuffer(points.data(), points.size(), sizeof(points[0]), coded.points.data(),
@@ -343,15 +394,29 @@ void Register(const std::string& mesh_name, bool strips, bool draco, std::functi
   };
   for (const int version : {1, 3}) {
     const std::string suffix = "Shape" + std::to_string(version);
-    add("Encode" + suffix, EncodeShape(version, false));
-    add("Decode" + suffix, DecodeShape(version, false));
+    add("Encode" + suffix, EncodeShape(version, Content::kPoints));
+    add("Decode" + suffix, DecodeShape(version, Content::kPoints));
   }
   if (strips) {
-    add("EncodeShape3Strips", EncodeShape(3, true));
-    add("DecodeShape3Strips", DecodeShape(3, true));
+    add("EncodeShape3Strips", EncodeShape(3, Content::kStrips));
+    add("DecodeShape3Strips", DecodeShape(3, Content::kStrips));
   }
-  add("EncodeMeshoptimizer", EncodeMeshoptimizer);
-  add("DecodeMeshoptimizer", DecodeMeshoptimizer);
+  const auto encode = [](auto quantise) {
+    return [=](benchmark::State& state, const Mesh& each) {
+      EncodeMeshoptimizer(state, each, quantise(each));
+    };
+  };
+  const auto decode = [](auto quantise) {
+    return [=](benchmark::State& state, const Mesh& each) {
+      DecodeMeshoptimizer(state, each, quantise(each));
+    };
+  };
+  add("EncodeMeshoptimizer", encode(Quantised));
+  add("DecodeMeshoptimizer", decode(Quantised));
+  add("EncodeShape3Full", EncodeShape(3, Content::kFull));
+  add("DecodeShape3Full", DecodeShape(3, Content::kFull));
+  add("EncodeMeshoptimizerFull", encode(QuantisedFull));
+  add("DecodeMeshoptimizerFull", decode(QuantisedFull));
   if (draco) {
     add("EncodeDraco", EncodeDraco);
     add("DecodeDraco", DecodeDraco);
