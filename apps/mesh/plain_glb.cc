@@ -42,22 +42,22 @@ const Json* Find(const Json& object, const char* key) {
   return member == object.end() ? nullptr : &*member;
 }
 
+const Json& Member(const Json& object, const char* key, const Json& otherwise) {
+  const Json* const member = Find(object, key);
+  if (member != nullptr && member->type() != otherwise.type()) {
+    Damaged("\"" + std::string(key) + "\" is no " + otherwise.type_name());
+  }
+  return member == nullptr ? otherwise : *member;
+}
+
 const Json& Object(const Json& object, const char* key) {
   static const Json nothing = Json::object();
-  const Json* const member = Find(object, key);
-  if (member != nullptr && !member->is_object()) {
-    Damaged("\"" + std::string(key) + "\" is no object");
-  }
-  return member == nullptr ? nothing : *member;
+  return Member(object, key, nothing);
 }
 
 const Json& List(const Json& object, const char* key) {
   static const Json nothing = Json::array();
-  const Json* const member = Find(object, key);
-  if (member != nullptr && !member->is_array()) {
-    Damaged("\"" + std::string(key) + "\" is no list");
-  }
-  return member == nullptr ? nothing : *member;
+  return Member(object, key, nothing);
 }
 
 const Json& Entry(const Json& list, std::uint64_t index, const char* name) {
