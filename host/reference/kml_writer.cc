@@ -21,6 +21,7 @@ using namespace loculus;
 
 constexpr char kNamespace[] = "http://www.opengis.net/kml/2.2";
 constexpr double kDegreesPerUnit = 180.0;
+constexpr double kFullTurn = 360.0;
 
 // The largest numbers have 309 digits in front of the point, the smallest 1074 behind it.
 constexpr std::size_t kLongestNumber = 1100;
@@ -159,6 +160,13 @@ class KmlWriter {
       WriteText(name, Number(value));
     }
   }
+  // What the schema has no room for is not written.
+  template <typename T>
+  void WriteNumberUpTo(T limit, const char* name, T value) {
+    if (std::abs(value) <= limit) {
+      WriteNumber(name, value);
+    }
+  }
   void WriteInteger(const char* name, std::int32_t value) {
     WriteText(name, QString::number(value));
   }
@@ -274,12 +282,14 @@ void KmlWriter::WriteLineString(const LineString& line) {
 
 void KmlWriter::WriteCamera(const Camera& camera) {
   const ObjectElement element(&xml_, camera);
-  WriteNumber("longitude", camera.longitude());
-  WriteNumber("latitude", camera.latitude());
+  WriteNumber("longitude", std::remainder(camera.longitude(), kFullTurn));
+  WriteNumberUpTo(90.0, "latitude", camera.latitude());
   WriteNumber("altitude", camera.altitude());
-  WriteNumber("heading", camera.heading());
-  WriteNumber("tilt", camera.tilt());
-  WriteNumber("roll", camera.roll());
+  WriteNumber("heading", std::fmod(camera.heading(), kFullTurn));
+  if (camera.tilt() >= 0.0) {
+    WriteNumberUpTo(180.0, "tilt", camera.tilt());
+  }
+  WriteNumber("roll", std::remainder(camera.roll(), kFullTurn));
   WriteAltitudeMode(camera.altitude_mode());
 }
 
@@ -300,7 +310,7 @@ void KmlWriter::WriteIconStyle(const IconStyle& style) {
   const ObjectElement element(&xml_, style);
   WriteColor(style.color());
   WriteNumberUnless(1.0f, "scale", style.scale());
-  WriteNumberUnless(0.0f, "heading", style.heading());
+  WriteNumberUnless(0.0f, "heading", std::fmod(style.heading(), static_cast<float>(kFullTurn)));
   if (style.icon() != nullptr) {
     const ObjectElement icon(&xml_, *style.icon());
     if (!style.icon()->href().isEmpty()) {
@@ -352,7 +362,7 @@ void KmlWriter::WritePhotoOverlay(const PhotoOverlay& overlay) {
   if (overlay.icon() != nullptr) {
     WriteOverlayIcon(*overlay.icon());
   }
-  WriteNumberUnless(0.0, "rotation", overlay.rotation());
+  WriteNumberUnless(0.0, "rotation", std::remainder(overlay.rotation(), kFullTurn));
   if (overlay.view_volume() != nullptr) {
     WriteViewVolume(*overlay.view_volume());
   }
@@ -369,10 +379,10 @@ void KmlWriter::WritePhotoOverlay(const PhotoOverlay& overlay) {
 
 void KmlWriter::WriteViewVolume(const ViewVolume& volume) {
   const ObjectElement element(&xml_, volume);
-  WriteNumber("leftFov", volume.left_fov());
-  WriteNumber("rightFov", volume.right_fov());
-  WriteNumber("bottomFov", volume.bottom_fov());
-  WriteNumber("topFov", volume.top_fov());
+  WriteNumberUpTo(180.0f, "leftFov", volume.left_fov());
+  WriteNumberUpTo(180.0f, "rightFov", volume.right_fov());
+  WriteNumberUpTo(90.0f, "bottomFov", volume.bottom_fov());
+  WriteNumberUpTo(90.0f, "topFov", volume.top_fov());
   WriteNumber("near", volume.near());
 }
 

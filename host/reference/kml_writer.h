@@ -21,10 +21,11 @@ namespace nimbara {
 /// Values that a reader assumes by itself are left out, but for altitude modes, which are always
 /// there, and all parts of a camera.
 ///
-/// What KML cannot say is left out: numbers and positions that are not finite, a point without its
-/// position, a line of fewer than two, a `Planet`, the edges of a line, and characters that XML
-/// does not allow. Ids are written as they are, though a validating reader wants them to start with
-/// a letter.
+/// What KML cannot say is left out: numbers and positions that are not finite, a camera's latitude
+/// beyond a pole and its tilt beyond 0 to 180 degrees, fields of view wider than the sphere, a
+/// point without its position, a line of fewer than two, a `Planet`, the edges of a line, and
+/// characters that XML does not allow. Other angles are brought by whole turns to where KML has
+/// them. Ids are written as they are, though a validating reader wants them to start with a letter.
 PELORIN_HOST_EXPORT QByteArray WriteKml(const loculus::AbstractFeature& feature);
 
 }  // namespace nimbara

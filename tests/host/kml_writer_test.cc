@@ -16,6 +16,7 @@
 #include "host/text.h"
 #include "host/units.h"
 #include "host/xml.h"
+#include "tests/support/kml_rules.h"
 #include "tests/support/ogr_info.h"
 
 namespace nimbara {
@@ -271,6 +272,123 @@ TEST(KmlWriter, LeavesOutPlanets) {
   const RefPtr<Folder> folder = Make<Folder>();
   folder->AddFeature(Make<Planet>().get());
   EXPECT_EQ(Written(*folder).Children("kml/Folder"), "");
+}
+
+// Each class of the model, every field of which is set to something that a reader does not assume.
+RefPtr<Document> DocumentWithEverything() {
+  const RefPtr<Document> document = Make<Document>();
+  document->SetName("everything");
+  document->SetDescription("and more");
+  document->SetVisibility(false);
+  document->InlineStyle()->GetLineStyle();
+  const RefPtr<Folder> folder(new Folder(KmlId{"folder", "http://a.example/"}, QString()));
+  folder->SetName("folder");
+  document->AddFeature(folder.get());
+  const RefPtr<PhotoOverlay> overlay(new PhotoOverlay(KmlId{"pano", QString()}, QString()));
+  const RefPtr<Placemark> point = PointAt({0.5, 0.25, 1e-6});
+  const RefPtr<Placemark> line = LineThrough({{0.5, 0.25, 0.0}, {-0.5, -0.25, 1e-6}});
+  const RefPtr<Planet> planet = Make<Planet>();
+  for (AbstractFeature* feature : std::initializer_list<AbstractFeature*>{
+           overlay.get(), point.get(), line.get(), planet.get()}) {
+    feature->SetName("name");
+    feature->SetVisibility(false);
+    feature->SetDescription("description");
+    Camera* camera = new Camera(KmlId(), QStringNull());
+    feature->SetView(camera);
+    camera->SetTilt(90.0);
+    camera->SetAltitudeMode(AltitudeMode::kAbsolute);
+    Style* style = feature->InlineStyle();
+    style->GetLineStyle()->setColor({0xFF112233});
+    style->GetLineStyle()->SetWidth(2.5f);
+    style->GetLineStyle()->SetOuterColor({0xFF445566});
+    style->GetLineStyle()->SetOuterWidth(0.5f);
+    style->GetLabelStyle()->setColor({0xFF112233});
+    style->GetLabelStyle()->SetScale(0.8f);
+    style->GetLabelStyle()->SetHotSpot(LegacyScreenVec());
+    IconStyle* icon = style->GetIconStyle();
+    icon->setColor({0x80000000});
+    icon->SetScale(2.0f);
+    icon->SetHeading(90.0f);
+    icon->SetIcon(Icon::create("http://icons.example/a.png").get());
+    icon->SetHotSpot({1.0, 2.0, 1, 2});
+    folder->AddFeature(feature);
+  }
+  point->geometry()->SetAltitudeMode(AltitudeMode::kRelativeToGround);
+  As<Point>(point->geometry())->SetExtrude(true);
+  As<LineString>(line->geometry())->SetExtrude(true);
+  As<LineString>(line->geometry())->SetTessellate(true);
+  overlay->SetColor({0x7FFFFFFF});
+  overlay->SetDrawOrder(3);
+  overlay->SetRotation(30.0);
+  overlay->SetShape(PhotoShape::kStreetSphere);
+  overlay->SetPoint(new Point({0.5, 0.25, 0.0}, overlay.get(), KmlId(), QStringNull()));
+  overlay->SetViewVolume(new ViewVolume(KmlId(), QStringNull()));
+  overlay->SetImagePyramid(new ImagePyramid(KmlId(), QStringNull()));
+  const RefPtr<Icon> tiles = Icon::create("http://a.example/$[level]/$[x]/$[y]");
+  tiles->SetRefreshMode(RefreshMode::kOnInterval);
+  overlay->SetIcon(tiles.get());
+  return document;
+}
+
+TEST(KmlWriter, KeepsTheRulesOfTheStandardWithEveryFieldSet) {
+  const QByteArray kml = WriteKml(*DocumentWithEverything());
+  EXPECT_EQ(test_support::KmlRules::BreachesOf(kml), "") << kml.toStdString();
+}
+
+TEST(KmlWriter, IsHeldByRulesThatFindWhatIsWrong) {
+  const QByteArray kml = WriteKml(*DocumentWithEverything());
+  const std::pair<const char*, const char*> damages[] = {
+      {"<tessellate>1</tessellate>", ""},  // Moved behind the coordinates, where it is not allowed.
+      {"<width>2.5</width>", "<width>wide</width>"},
+      {"<altitudeMode>absolute</altitudeMode>", "<altitudeMode>2</altitudeMode>"},
+      {"<color>ff112233</color>", "<color>f112233</color>"},
+      {"<rotation>30</rotation>", "<rotation>300</rotation>"},
+      {"<drawOrder>3</drawOrder>", "<drawOrder>3</drawOrder><drawOrder>4</drawOrder>"},
+      {"<drawOrder>3</drawOrder>", "<order>3</order>"},
+      {"id=\"pano\"", "id=\"0pano\""},
+      {"id=\"pano\"", "id=\"folder\""},
+      {"id=\"pano\"", "name=\"pano\""},
+      {"http://www.opengis.net/kml/2.2", "http://www.opengis.net/kml/2.3"},
+      {"</kml>", ""},
+  };
+  for (const auto& damage : damages) {
+    QByteArray damaged = kml;
+    ASSERT_TRUE(damaged.contains(damage.first)) << damage.first;
+    damaged.replace(damage.first, damage.second);
+    if (*damage.second == '\0') {
+      damaged.replace("</LineString>", QByteArray(damage.first) + "</LineString>");
+    }
+    EXPECT_NE(test_support::KmlRules::BreachesOf(damaged), "")
+        << damage.first << " -> " << damage.second;
+  }
+}
+
+TEST(KmlWriter, BringsAnglesToWhereTheStandardHasThem) {
+  const RefPtr<PhotoOverlay> overlay = Make<PhotoOverlay>();
+  Camera* camera = new Camera(KmlId(), QStringNull());
+  overlay->SetView(camera);
+  camera->SetLongitude(190.0);
+  camera->SetLatitude(91.0);
+  camera->SetHeading(-730.0);
+  camera->SetTilt(-1.0);
+  camera->SetRoll(270.0);
+  overlay->SetRotation(-300.0);
+  overlay->InlineStyle()->GetIconStyle()->SetHeading(450.0f);
+  overlay->SetViewVolume(new ViewVolume(KmlId(), QStringNull()));
+  overlay->view_volume()->SetLeftFov(-181.0f);
+  overlay->view_volume()->SetTopFov(90.5f);
+  const Written written(*overlay);
+  EXPECT_EQ(written.Text("kml/PhotoOverlay/Camera/longitude"), "-170");
+  EXPECT_EQ(written.Text("kml/PhotoOverlay/Camera/heading"), "-10");
+  EXPECT_EQ(written.Text("kml/PhotoOverlay/Camera/roll"), "-90");
+  EXPECT_EQ(written.Text("kml/PhotoOverlay/rotation"), "60");
+  EXPECT_EQ(written.Text("kml/PhotoOverlay/Style/IconStyle/heading"), "90");
+  EXPECT_FALSE(written.Has("kml/PhotoOverlay/Camera/latitude"));
+  EXPECT_FALSE(written.Has("kml/PhotoOverlay/Camera/tilt"));
+  EXPECT_FALSE(written.Has("kml/PhotoOverlay/ViewVolume/leftFov"));
+  EXPECT_FALSE(written.Has("kml/PhotoOverlay/ViewVolume/topFov"));
+  camera->SetTilt(180.5);
+  EXPECT_EQ(test_support::KmlRules::BreachesOf(WriteKml(*overlay)), "");
 }
 
 TEST(KmlWriter, IsUnderstoodByAnIndependentReader) {

@@ -9,6 +9,7 @@
 
 #include "tests/apps/command/command_runner.h"
 #include "tests/apps/jpeg/jpeg_builder.h"
+#include "tests/support/kml_rules.h"
 
 namespace pelorin {
 namespace command {
@@ -238,6 +239,9 @@ TEST_F(JpegDate, IsDrawnAsCoverageByDate) {
   const CommandRun run =
       RunPelorin({"jpeg-date", "list", folder_.string(), "-o", Path("coverage.kml")});
   EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(nimbara::test_support::KmlRules::BreachesOf(
+                QByteArray::fromStdString(Content(Path("coverage.kml")))),
+            "");
   const std::string found = RunOther("ogrinfo -ro -al " + Path("coverage.kml"));
   EXPECT_NE(found.find("Layer name: 2017:12:31"), std::string::npos) << found;
   EXPECT_NE(found.find("Layer name: undated"), std::string::npos) << found;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/apps/command/command_runner.h"
+#include "tests/support/kml_rules.h"
 
 namespace pelorin {
 namespace command {
@@ -109,8 +110,9 @@ TEST_F(StratumVerb, DrawsBoxesThatAnotherReaderUnderstands) {
   for (const Json& octant : octants) {
     EXPECT_NE(found.find(octant["path"].get<std::string>()), std::string::npos);
   }
-  std::size_t faces = 0;
   const std::string kml = Content(Path("boxes.kml"));
+  EXPECT_EQ(nimbara::test_support::KmlRules::BreachesOf(QByteArray::fromStdString(kml)), "");
+  std::size_t faces = 0;
   for (std::size_t at = kml.find("<Polygon>"); at != std::string::npos;
        at = kml.find("<Polygon>", at + 1)) {
     ++faces;

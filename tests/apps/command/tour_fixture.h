@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/apps/command/command_runner.h"
+#include "tests/support/kml_rules.h"
 
 namespace pelorin {
 namespace command {
@@ -113,6 +114,8 @@ class TourTest : public CommandTest {
   }
 
   void CheckKml(const Json& summary) const {
+    const std::string kml = Content(Path("out/tour.kml"));
+    EXPECT_EQ(nimbara::test_support::KmlRules::BreachesOf(QByteArray::fromStdString(kml)), "");
     const std::map<std::string, std::size_t> counts = Layers(Path("out/tour.kml"));
     for (const char* layer : {"panoramas", "placeholders", "edges", "inferred_links", "roads",
                               "labels", "corridors", "fillets"}) {
@@ -124,8 +127,7 @@ class TourTest : public CommandTest {
     EXPECT_EQ(CountOf(counts, "camera"), 2u);
     // GDAL makes no feature of a photo overlay.
     EXPECT_EQ(CountOf(counts, "overlays"), 0u);
-    EXPECT_EQ(Occurrences(Content(Path("out/tour.kml")), "<PhotoOverlay"),
-              summary["overlays"].get<std::size_t>());
+    EXPECT_EQ(Occurrences(kml, "<PhotoOverlay"), summary["overlays"].get<std::size_t>());
   }
 
   void CheckPage(const Json& summary) const {
