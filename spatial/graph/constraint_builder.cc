@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "spatial/graph/constraint_builder.h"
 
-#include <limits>
 #include <mutex>
 
 #include "spatial/graph/plane.h"
@@ -44,19 +43,47 @@ void ConstraintBuilder::EnsureLinkGeometryCalculated() {
 }
 
 void ConstraintBuilder::OnUpdate() {
-  if (!has_link) {
-    return;
+  if (IsReady()) {
+    Project();
+    TakeNearest();
   }
-  EnsureLinkGeometryCalculated();
-  if (!geometry_valid) {
-    return;
+}
+
+// Which of three points is the nearest hangs on a root and a division. A processor guesses, and
+// where it guessed wrong it throws away what it had begun of the links behind. So all roots come
+// first, and the choices find them done.
+void ConstraintBuilder::UpdateAll(ConstraintBuilder* const* builders, std::size_t count,
+                                  const Vec2<double>& view) {
+  for (std::size_t i = 0; i < count; ++i) {
+    builders[i]->view_position = view;
+    if (builders[i]->IsReady()) {
+      builders[i]->Project();
+    }
   }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (builders[i]->has_link && builders[i]->geometry_valid) {
+      builders[i]->TakeNearest();
+    }
+  }
+}
+
+bool ConstraintBuilder::IsReady() {
+  if (has_link && !geometry_valid) {
+    EnsureLinkGeometryCalculated();
+  }
+  return has_link && geometry_valid;
+}
+
+inline void ConstraintBuilder::Project() {
   const double projected = Dot(Minus(view_position, start), direction);
-  const Vec2<double> along{direction.x * projected, direction.y * projected};
-  t = Length(along) / length;
-  if (Dot(direction, along) < 0.0) {
+  along_ = {direction.x * projected, direction.y * projected};
+  t = Length(along_) / length;
+  if (Dot(direction, along_) < 0.0) {
     t = -t;
   }
+}
+
+inline void ConstraintBuilder::TakeNearest() {
   if (t > 1.0) {
     width = end_radius_;
     UpdateFromPoint(end);
@@ -65,7 +92,7 @@ void ConstraintBuilder::OnUpdate() {
     UpdateFromPoint(start);
   } else {
     width = (1.0 - t) * start_radius_ + t * end_radius_;
-    UpdateFromPoint({start.x + along.x, start.y + along.y});
+    UpdateFromPoint({start.x + along_.x, start.y + along_.y});
   }
 }
 
@@ -76,14 +103,6 @@ void ConstraintBuilder::UpdateFromPoint(const Vec2<double>& point) {
   if (distance != 0.0) {
     normal = {normal.x / distance, normal.y / distance};
   }
-}
-
-double ConstraintBuilder::GetCollisionDepth() const {
-  return geometry_valid ? width - distance : std::numeric_limits<double>::max();
-}
-
-double ConstraintBuilder::GetCollisionDepth(double scale, double offset) const {
-  return geometry_valid ? (scale * width + offset) - distance : std::numeric_limits<double>::max();
 }
 
 Vec2<double> ConstraintBuilder::GetCollisionPoint() const {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <limits>
+
 #include "base/export.h"
 #include "host/memory.h"
 #include "host/values.h"
@@ -52,15 +55,25 @@ class PELORIN_EXPORT ConstraintBuilder : public MemoryObject {
   /// that is none.
   void OnUpdate();
 
+  /// `OnUpdate` of `count` builders for one view, which becomes the `view_position` of each. The
+  /// results are the same, and sooner there. The builders are not null.
+  static void UpdateAll(ConstraintBuilder* const* builders, std::size_t count,
+                        const Vec2<double>& view);
+
   /// Measures from `view_position` to `point` as the nearest of the link.
   void UpdateFromPoint(const Vec2<double>& point);
 
   /// How far inside the corridor the view lies; negative outside. The largest finite double while
   /// the geometry is not valid: look at `geometry_valid` before comparing. Not-a-number loses every
   /// comparison.
-  double GetCollisionDepth() const;
+  double GetCollisionDepth() const {
+    return geometry_valid ? width - distance : std::numeric_limits<double>::max();
+  }
   /// The same for a corridor of half width `scale` * `width` + `offset`.
-  double GetCollisionDepth(double scale, double offset) const;
+  double GetCollisionDepth(double scale, double offset) const {
+    return geometry_valid ? (scale * width + offset) - distance
+                          : std::numeric_limits<double>::max();
+  }
 
   /// The corridor's edge on the view's side; the nearest point of the link itself for a view that
   /// stands on it. The zero vector before the first update.
@@ -86,6 +99,11 @@ class PELORIN_EXPORT ConstraintBuilder : public MemoryObject {
   const PanoramaData* end_pano = nullptr;
 
  private:
+  bool IsReady();
+  void Project();
+  void TakeNearest();
+
+  Vec2<double> along_;  // From start to the projection of the view.
   double start_radius_ = 0.0;
   double end_radius_ = 0.0;
 };

@@ -8,7 +8,6 @@
 
 #include "host/geodesy.h"
 #include "host/text.h"
-#include "spatial/graph/collision_fillet.h"
 #include "spatial/graph/flat_azimuth.h"
 #include "spatial/graph/heading_correction.h"
 #include "spatial/graph/plane.h"
@@ -52,6 +51,7 @@ void MultiConstraintBuilder::SetActivePano(const QString& id, double scale, doub
     return;
   }
   active_position = PlaceOf(*active_pano);
+  FindCornersLocked();
   mmvector<edge> edges(HeapManager::GetTransientHeap());
   graph->GetLinks(active_pano_id, 2, &edges);
   for (const edge& link : edges) {
@@ -67,10 +67,7 @@ void MultiConstraintBuilder::SetView(const Vec2<double>& position, double view_h
     return;
   }
   std::lock_guard<SpinLock> hold(graph->lock);
-  for (ConstraintBuilder* constraint : constraints) {
-    constraint->view_position = view_position;
-    constraint->OnUpdate();
-  }
+  ConstraintBuilder::UpdateAll(constraints.data(), constraints.size(), view_position);
   if (!TakeBestConstraint()) {
     collision_depth = kNothingHolds;
     return;
@@ -101,38 +98,87 @@ bool MultiConstraintBuilder::TakeBestConstraint() {
   return true;
 }
 
-// Walks the edges in place, in the order of `GetLinks`: a list of them would cost a block per view.
 void MultiConstraintBuilder::AddFilletsLocked() {
-  if (const PanoramaData* current = graph->GetPanoramaData(active_pano_id)) {
-    active_pano = current;
-    AddCollisionFillet(current);
+  if (corners_as_of_ != graph->changes()) {
+    FindCornersLocked();
   }
-  void* handle = nullptr;
-  if (!graph->GetHandle(active_pano_id, &handle)) {
+  for (Corner& corner : corners_) {
+    AddFilletAt(&corner);
+  }
+}
+
+// A graph has more views than changes, and its edges lie far apart in memory.
+void MultiConstraintBuilder::FindCornersLocked() {
+  corners_.clear();
+  corners_as_of_ = graph->changes();
+  void* active = nullptr;
+  if (!graph->GetHandle(active_pano_id, &active)) {
     return;
   }
-  for (auto edges = boost::out_edges(handle, graph->graph); edges.first != edges.second;
+  if (const PanoramaData* current = graph->graph[active].data.get()) {
+    active_pano = current;
+    corners_.push_back(Corner(current));
+  }
+  for (auto edges = boost::out_edges(active, graph->graph); edges.first != edges.second;
        ++edges.first) {
-    AddCollisionFillet(graph->graph[edges.first->m_target].data.get());
+    if (const PanoramaData* neighbour = graph->graph[edges.first->m_target].data.get()) {
+      corners_.push_back(Corner(neighbour));
+    }
   }
 }
 
 void MultiConstraintBuilder::AddCollisionFillet(const PanoramaData* pano) {
+  Corner corner(pano);
+  AddFilletAt(&corner);
+}
+
+void MultiConstraintBuilder::AddFilletAt(Corner* corner) {
+  const PanoramaData* pano = corner->pano;
   if (pano == nullptr || pano->links.size() < 2 || !fillets_enabled) {
     return;
   }
-  CollisionCorner corner;
-  corner.place = PlaceOf(*pano);
-  corner.half_width = width_scale * pano->collision_radius + width_offset;
-  corner.reach = static_cast<double>(PelorinSpatialOptions::s_settings_.fillet_width_mult.Get()) *
-                 corner.half_width;
-  if (SquaredDistance(view_position, corner.place) > corner.reach * corner.reach) {
+  const Vec2<double> place = PlaceOf(*pano);
+  const double half_width = width_scale * pano->collision_radius + width_offset;
+  const double reach =
+      static_cast<double>(PelorinSpatialOptions::s_settings_.fillet_width_mult.Get()) * half_width;
+  if (SquaredDistance(view_position, place) > reach * reach) {
     return;
   }
+  const double azimuth = FlatAzimuth(pano->position, {view_position.x, view_position.y, 0.0});
+  CollisionCorner& shape = corner->shape;
+  if (!corner->HoldsView(azimuth) || !(shape.place == place) || shape.half_width != half_width ||
+      shape.reach != reach) {
+    shape.place = place;
+    shape.half_width = half_width;
+    shape.reach = reach;
+    FindWedge(azimuth, corner);
+  }
+  if (!corner->has_fillet) {
+    return;
+  }
+  const Vec2<double> outward = Minus(view_position, corner->fillet.centre);
+  const double depth = Length(outward) - corner->fillet.radius;
+  if (depth > collision_depth) {
+    collision_depth = depth;
+    collision_normal = Normalised(outward);
+    collision_point = Along(corner->fillet.centre, collision_normal, corner->fillet.radius);
+  }
+}
+
+// Bearings that are no numbers leave a wedge that holds no view, and is looked for each time.
+void MultiConstraintBuilder::FindWedge(double azimuth, Corner* corner) const {
+  corner->has_fillet = false;
   std::lock_guard<SpinLock> hold(graph->lock);
-  QString before;
-  QString after;
-  GetNearestAngleLinks(pano, &before, &after);
+  const NearestLinks nearest = FindNearestLinksLocked(*corner->pano, azimuth);
+  corner->is_wedge_known = nearest.before != nullptr;
+  if (!corner->is_wedge_known) {
+    return;
+  }
+  corner->before_azimuth = nearest.before->first;
+  corner->after_azimuth = nearest.after->first;
+  corner->is_across_south = nearest.are_ends;
+  const QString& before = nearest.before->second;
+  const QString& after = nearest.after->second;
   if (before.isEmpty() || after.isEmpty() || before == after) {
     return;
   }
@@ -141,19 +187,34 @@ void MultiConstraintBuilder::AddCollisionFillet(const PanoramaData* pano) {
   if (before_pano == nullptr || after_pano == nullptr) {
     return;
   }
-  corner.before = Normalised(Minus(PlaceOf(*before_pano), corner.place));
-  corner.after = Normalised(Minus(PlaceOf(*after_pano), corner.place));
-  CollisionFillet fillet;
-  if (!MakeCollisionFillet(corner, &fillet)) {
-    return;
+  CollisionCorner& shape = corner->shape;
+  shape.before = Normalised(Minus(PlaceOf(*before_pano), shape.place));
+  shape.after = Normalised(Minus(PlaceOf(*after_pano), shape.place));
+  corner->has_fillet = MakeCollisionFillet(shape, &corner->fillet);
+}
+
+bool MultiConstraintBuilder::Corner::HoldsView(double azimuth) const {
+  const bool is_behind_before = azimuth > before_azimuth;
+  const bool is_up_to_after = azimuth <= after_azimuth;
+  return is_wedge_known && (is_across_south ? is_behind_before || is_up_to_after
+                                            : is_behind_before && is_up_to_after);
+}
+
+// Beyond the last bearing and before the first, which lie on both sides of south, the two ends of
+// the list are the nearest.
+MultiConstraintBuilder::NearestLinks
+MultiConstraintBuilder::FindNearestLinksLocked(const PanoramaData& pano, double azimuth) const {
+  graph->UpdateConnectionLookupMap(pano.pano_id);
+  const auto& lookup = pano.connection_lookup;
+  NearestLinks nearest;
+  if (lookup.empty()) {
+    return nearest;
   }
-  const Vec2<double> outward = Minus(view_position, fillet.centre);
-  const double depth = Length(outward) - fillet.radius;
-  if (depth > collision_depth) {
-    collision_depth = depth;
-    collision_normal = Normalised(outward);
-    collision_point = Along(fillet.centre, collision_normal, fillet.radius);
-  }
+  const auto next = lookup.lower_bound(azimuth);
+  nearest.are_ends = next == lookup.begin() || next == lookup.end();
+  nearest.before = nearest.are_ends ? &*lookup.rbegin() : &*std::prev(next);
+  nearest.after = nearest.are_ends ? &*lookup.begin() : &*next;
+  return nearest;
 }
 
 void MultiConstraintBuilder::GetNearestAngleLinks(const PanoramaData* pano, QString* before,
@@ -164,16 +225,12 @@ void MultiConstraintBuilder::GetNearestAngleLinks(const PanoramaData* pano, QStr
     return;
   }
   std::lock_guard<SpinLock> hold(graph->lock);
-  const double azimuth = FlatAzimuth(pano->position, {view_position.x, view_position.y, 0.0});
-  graph->UpdateConnectionLookupMap(pano->pano_id);
-  const auto& lookup = pano->connection_lookup;
-  if (lookup.empty()) {
-    return;
+  const NearestLinks nearest = FindNearestLinksLocked(
+      *pano, FlatAzimuth(pano->position, {view_position.x, view_position.y, 0.0}));
+  if (nearest.before != nullptr) {
+    *before = nearest.before->second;
+    *after = nearest.after->second;
   }
-  const auto next = lookup.lower_bound(azimuth);
-  const bool between = next != lookup.begin() && next != lookup.end();
-  *before = between ? std::prev(next)->second : lookup.rbegin()->second;
-  *after = between ? next->second : lookup.begin()->second;
 }
 
 double MultiConstraintBuilder::CalculateHeadingRestoreDelta() const {

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <QString>
+#include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "base/export.h"
 #include "host/values.h"
+#include "spatial/graph/collision_fillet.h"
 #include "spatial/graph/constraint_builder.h"
 #include "spatial/graph/pano_graph.h"
 #include "util/gtl/inlined_vector.h"
@@ -41,7 +44,8 @@ namespace spatial {
 /// made first counts then. The order of links and which end is the start depend on addresses.
 ///
 /// Keeps plain pointers into a graph that outlives it; call `DeleteConstraintBuilders` before
-/// `PanoGraph::Clear`. The records may be replaced or cleared at any time. Used from one thread,
+/// `PanoGraph::Clear`. The records may be replaced or cleared at any time; a place or a link that
+/// is changed inside a record may go unseen until the graph itself changes. Used from one thread,
 /// which is also the only one that may refresh the bearings of records
 /// (`PanoGraph::UpdateConnectionLookupMap`); holds the graph's lock while it looks at the graph.
 /// Not copyable: a copy would share what only one can delete.
@@ -121,9 +125,42 @@ class PELORIN_EXPORT MultiConstraintBuilder {
   Vec2<double> collision_point;
 
  private:
+  // A panorama whose links can have fillets between them, and the wedge between two of them in
+  // which a view lay last. A view mostly lies where the one before it lay, and what the wedge needs
+  // of the graph changes only with the graph.
+  struct Corner {
+    explicit Corner(const PanoramaData* record) : pano(record) {}
+    bool HoldsView(double azimuth) const;
+
+    const PanoramaData* pano;
+    CollisionCorner shape;
+    CollisionFillet fillet;
+    bool has_fillet = false;
+    // Bearings of the wedge's links; the wedge goes clockwise from the one to the other.
+    bool is_wedge_known = false;
+    bool is_across_south = false;
+    double before_azimuth = 0.0;
+    double after_azimuth = 0.0;
+  };
+  // Entries of a record's `connection_lookup`; null without any.
+  struct NearestLinks {
+    const std::pair<const double, QString>* before = nullptr;
+    const std::pair<const double, QString>* after = nullptr;
+    bool are_ends = false;
+  };
+
   bool TakeBestConstraint();
   void AddFilletsLocked();
+  void FindCornersLocked();
+  void AddFilletAt(Corner* corner);
+  void FindWedge(double azimuth, Corner* corner) const;
+  NearestLinks FindNearestLinksLocked(const PanoramaData& pano, double azimuth) const;
   const ConstraintBuilder* Best() const;
+
+  // The active panorama and its neighbours, in the order in which their fillets are looked at, as
+  // the graph had them after so many changes.
+  util::gtl::InlinedVector<Corner, 4> corners_;
+  std::uint64_t corners_as_of_ = 0;
 };
 
 }  // namespace spatial

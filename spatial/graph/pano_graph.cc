@@ -53,6 +53,7 @@ void PanoGraph::UpdatePanoData(void* handle, PanoramaData* data) {
   if (handle == nullptr) {
     return;
   }
+  ++changes_;
   RefPtr<PanoramaData>& held = graph[handle].data;
   const bool had_record = held.get() != nullptr;
   if (held.get() != data) {
@@ -126,6 +127,7 @@ void PanoGraph::InferMissingLinks(const PanoramaData* data) {
     if (other != nullptr && Distance(candidate->position, data->position) <
                                 kInferenceMetres * Units::s_inv_planet_radius) {
       boost::add_edge(own, other, graph);
+      ++changes_;
     }
   }
 }
@@ -141,6 +143,7 @@ void PanoGraph::PostProcessBatch() {
 // The records die last, when the graph is empty and consistent again.
 void PanoGraph::Clear() {
   std::lock_guard<SpinLock> hold(lock);
+  ++changes_;
   mmvector<RefPtr<PanoramaData>> released(HeapManager::GetTransientHeap());
   boost::unordered_map<const PanoramaData*, int> references_given_up;
   for (auto range = boost::vertices(graph); range.first != range.second; ++range.first) {

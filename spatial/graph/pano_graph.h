@@ -202,6 +202,11 @@ class PELORIN_EXPORT PanoGraph {
   /// has as many rows as the record has links, so a neighbour that moves later is not seen.
   void UpdateConnectionLookupMap(const QString& pano_id) const;
 
+  /// A number that grows with every change to vertices, records or edges, so that whoever keeps
+  /// what it found knows when to look again. For those who hold `lock`. What is done to `graph`
+  /// itself, or inside a record, does not count.
+  std::uint64_t changes() const { return changes_; }
+
   // --- Data ----------------------------------------------------------------------------------
   // Open to the viewer's diagnostics. All of it is guarded by `lock`.
 
@@ -236,6 +241,7 @@ class PELORIN_EXPORT PanoGraph {
                   mmvector<ConnectedPanoInfo>* out) const;
 
   mutable std::uint64_t walks_ = 0;
+  std::uint64_t changes_ = 0;
 };
 
 }  // namespace spatial

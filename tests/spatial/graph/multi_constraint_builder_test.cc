@@ -4,9 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <iterator>
 #include <limits>
+#include <random>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "graph_fixture.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
@@ -402,6 +406,39 @@ TEST_F(MultiConstraintBuilderTest, StepsOverALinkWhoseRecordWasClearedAfterItsBe
   EXPECT_NEAR(Depth(), 0.75, 1e-9);
 }
 
+TEST_F(MultiConstraintBuilderTest, RoundsACornerFromTheViewOnForWhichItsRecordsCame) {
+  AddStop("a", 0.0, -10.0, {"j"});
+  AddStop("n", 0.0, 10.0, {});
+  AddStop("e", 10.0, 0.0, {});
+  streets.SetActivePano("a", 1.0, 0.0);
+  Look(0.0, 0.0);
+  EXPECT_FALSE(HasBest());
+  AddStop("j", 0.0, 0.0, {"a", "n", "e"});
+  Look(0.0, 0.0);
+  EXPECT_NEAR(Depth(), 2.0 * std::sqrt(2.0) - 1.0, 1e-9);
+}
+
+TEST_F(MultiConstraintBuilderTest, RoundsTheCornersOfLinksThatAreNewInTheGraph) {
+  AddStop("a", 0.0, -10.0, {"b"});
+  AddStop("b", 0.0, -20.0, {"a"});
+  AddStop("n", 0.0, 10.0, {});
+  AddStop("e", 10.0, 0.0, {});
+  streets.SetActivePano("a", 1.0, 0.0);
+  Look(0.0, 0.0);
+  EXPECT_LT(Depth(), 0.0);
+  AddStop("j", 0.0, 0.0, {"a", "n", "e"});
+  Look(0.0, 0.0);
+  EXPECT_NEAR(Depth(), 2.0 * std::sqrt(2.0) - 1.0, 1e-9) << "the fillet, but no new corridor";
+}
+
+TEST_F(MultiConstraintBuilderTest, ReadsTheWidthOfACornerAtEachView) {
+  AddCorner();
+  Look(0.0, 0.0);
+  graph.GetPanoramaData("j")->collision_radius = 2e-7;
+  Look(0.0, 0.0);
+  EXPECT_NEAR(Depth(), 2.0 * (2.0 * std::sqrt(2.0) - 1.0), 1e-9);
+}
+
 TEST_F(MultiConstraintBuilderTest, TakesNoFilletForNoPanorama) {
   AddCorner();
   Look(-0.5, -0.5);
@@ -501,6 +538,102 @@ TEST_F(HeadingRestore, TakesHeadingsOfManyTurns) {
 TEST_F(HeadingRestore, TurnsNothingForAHeadingThatIsNoNumber) {
   EXPECT_EQ(DeltaDegrees(kNaN), 0.0);
   EXPECT_EQ(DeltaDegrees(std::numeric_limits<double>::infinity()), 0.0);
+}
+
+// --- All steps at once ---------------------------------------------------------------------------
+
+// What a view gives, step by step: each corridor by itself, then the best of them, then the corners
+// in the order of the graph's edges.
+void LookStepByStep(const PanoGraph& graph, const Vec2<double>& view,
+                    MultiConstraintBuilder* streets) {
+  streets->view_position = view;
+  streets->best_constraint = streets->constraints.end();
+  double best = -kLargest;
+  for (auto it = streets->constraints.begin(); it != streets->constraints.end(); ++it) {
+    (*it)->view_position = view;
+    (*it)->OnUpdate();
+    const double depth = (*it)->GetCollisionDepth(streets->width_scale, streets->width_offset);
+    if ((*it)->geometry_valid && depth > best) {
+      best = depth;
+      streets->best_constraint = it;
+    }
+  }
+  if (streets->best_constraint == streets->constraints.end()) {
+    streets->collision_depth = kLargest;
+    return;
+  }
+  const ConstraintBuilder& taken = **streets->best_constraint;
+  streets->collision_depth = best;
+  streets->collision_normal = taken.normal;
+  streets->collision_point = taken.GetCollisionPoint(streets->width_scale, streets->width_offset);
+  streets->AddCollisionFillet(graph.GetPanoramaData(streets->active_pano_id));
+  mmvector<edge> edges(HeapManager::GetTransientHeap());
+  graph.GetLinks(streets->active_pano_id, &edges);
+  for (const edge& link : edges) {
+    streets->AddCollisionFillet(graph.graph[link.m_target].data.get());
+  }
+}
+
+// Everything that a view writes, not-a-numbers by their bits too.
+std::vector<double> Written(MultiConstraintBuilder* streets) {
+  std::vector<double> all = {
+      streets->collision_depth,
+      streets->collision_normal.x,
+      streets->collision_normal.y,
+      streets->collision_point.x,
+      streets->collision_point.y,
+      static_cast<double>(std::distance(streets->constraints.begin(), streets->best_constraint))};
+  for (const ConstraintBuilder* one : streets->constraints) {
+    all.insert(all.end(), {one->view_position.x, one->view_position.y, one->closest_point.x,
+                           one->closest_point.y, one->normal.x, one->normal.y, one->t, one->width,
+                           one->distance});
+  }
+  return all;
+}
+
+TEST_F(MultiConstraintBuilderTest, GivesToTheBitWhatItsStepsGiveOneByOne) {
+  constexpr unsigned kSeed = 20261122;
+  SCOPED_TRACE(kSeed);
+  std::mt19937 random(kSeed);
+  std::uniform_real_distribution<double> place(-40.0, 40.0);
+  constexpr int kStops = 60;
+  for (int i = 0; i < kStops; ++i) {
+    Ids links;
+    for (int k = 0; k < 3; ++k) {
+      links.push_back(QString::number(random() % kStops));
+    }
+    if (i % 10 != 9) {  // The others stay without a record, at first.
+      const double x = place(random);
+      AddStop(QString::number(i), x, place(random), links, 1e-7 * (2.0 + i % 7));
+    }
+  }
+  MultiConstraintBuilder steps(graph);
+  int filleted = 0;
+  for (int view = 0; view < 20000; ++view) {
+    if (view % 50 == 0) {
+      const QString id = QString::number(random() % kStops);
+      streets.SetActivePano(id, 1.0, 2e-8);
+      steps.SetActivePano(id, 1.0, 2e-8);
+    }
+    if (view == 10000) {
+      AddStop("9", 1.0, 2.0, {"1", "2"});
+    }
+    const double x = place(random);
+    const Vec2<double> at{x * 1e-7, place(random) * 1e-7};
+    streets.SetView(at, 0.0);
+    if (steps.active_pano != nullptr) {
+      LookStepByStep(graph, at, &steps);
+    }
+    const std::vector<double> expected = Written(&steps);
+    const std::vector<double> written = Written(&streets);
+    ASSERT_EQ(written.size(), expected.size()) << view;
+    ASSERT_EQ(std::memcmp(written.data(), expected.data(), written.size() * sizeof(double)), 0)
+        << view;
+    filleted += HasBest() && streets.GetCollisionDepth() !=
+                                 (*streets.best_constraint)->GetCollisionDepth(1.0, 2e-8);
+  }
+  EXPECT_GT(filleted, 100) << "the views must come by corners";
+  steps.DeleteConstraintBuilders();
 }
 
 // --- Memory ------------------------------------------------------------------------------------

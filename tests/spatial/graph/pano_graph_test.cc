@@ -423,6 +423,36 @@ TEST_F(PanoGraphTest, IsUsedAgainAfterClear) {
   EXPECT_EQ(graph.GetClosestPanoToPoint({}), "A");
 }
 
+TEST_F(PanoGraphTest, CountsItsChangesAndNotItsQueries) {
+  std::uint64_t before = graph.changes();
+  const auto has_changed = [&] {
+    const std::uint64_t last = before;
+    before = graph.changes();
+    return before > last;
+  };
+  Add("a", {}, {"b"});
+  EXPECT_TRUE(has_changed());
+  Add("b", {}, {"a", "c"});
+  EXPECT_TRUE(has_changed()) << "a record for a placeholder, and a new link";
+  graph.AddPano("d", nullptr);
+  EXPECT_TRUE(has_changed());
+  Add("e", {}, {"d"});
+  EXPECT_TRUE(has_changed());
+  graph.InferMissingLinks(graph.GetPanoramaData("e"));
+  EXPECT_TRUE(has_changed()) << "e is linked to a and b, which stand where it stands";
+  graph.InferMissingLinks(graph.GetPanoramaData("b"));
+  EXPECT_FALSE(has_changed()) << "no dead end";
+  graph.ClearPanoData("a");
+  EXPECT_TRUE(has_changed());
+  graph.ClearPanoData("unknown");
+  graph.UpdatePanoData(nullptr, nullptr);
+  NeighboursOf("b");
+  graph.GetClosestPanoToPoint({});
+  EXPECT_FALSE(has_changed());
+  graph.Clear();
+  EXPECT_TRUE(has_changed());
+}
+
 TEST(PanoGraph, LeavesNothingOnAnyHeap) {
   const HeapStatistics dynamic_before = GetHeapStatistics(HeapManager::GetDynamicHeap());
   const HeapStatistics transient_before = GetHeapStatistics(HeapManager::GetTransientHeap());
