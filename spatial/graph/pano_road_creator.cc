@@ -147,7 +147,7 @@ void PanoRoadCreator::CreatePointsOutward(const PanoramaData& centre, const Pano
   }
 }
 
-RefPtr<Placemark> PanoRoadCreator::CreateRoadLabel(const PanoramaData& pano) const {
+RefPtr<Placemark> PanoRoadCreator::CreateRoadLabel(const PanoramaData& pano) {
   const loculus::CreationObserver::NotificationDeferrer deferrer;
   RefPtr<Placemark> label(new (HeapManager::GetDynamicHeap()) Placemark(KmlId(), QStringNull()));
   label->SetGeometry(new (HeapManager::GetDynamicHeap())

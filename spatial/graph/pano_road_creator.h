@@ -60,7 +60,7 @@ class PELORIN_EXPORT PanoRoadCreator {
   void CreatePointsOutward(const PanoramaData& centre, const PanoGraph& graph);
 
   /// A label with the street name of `pano`, at its position, without an icon.
-  RefPtr<loculus::Placemark> CreateRoadLabel(const PanoramaData& pano) const;
+  RefPtr<loculus::Placemark> CreateRoadLabel(const PanoramaData& pano);
 
   /// True if a panorama that `pano` links to has a record in `graph`.
   bool AnyNeighborsLoaded(const PanoramaData& pano, const PanoGraph& graph) const;
