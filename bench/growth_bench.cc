@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <set>
 #include <vector>
 
 #include "spatial/graph/multi_constraint_builder.h"
@@ -20,6 +21,7 @@
 #include "spatial/graph/path_planner.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
 #include "tests/support/record_builder.h"
+#include "tests/support/road_twin.h"
 
 namespace nimbara {
 namespace bench {
@@ -31,6 +33,7 @@ using spatial::PanoramaData;
 using spatial::PanoRoadCreator;
 using spatial::PathPlanner;
 using spatial::PelorinSpatialOptions;
+using test_support::RoadTwin;
 
 constexpr double kTenMetres = 5e-7;  // In stored units, degrees / 180.
 constexpr int kBlock = 10;           // Panoramas from crossing to crossing.
@@ -198,7 +201,24 @@ void BM_SetView(benchmark::State& state) {
   streets.DeleteConstraintBuilders();
 }
 
-void BM_CreateRoadsOutward(benchmark::State& state) {
+// Streets are followed farther than by default, so that every walk ends at its cap of 42 panoramas.
+class RoadSettings {
+ public:
+  explicit RoadSettings(bool with_geometry) {
+    options_.road_distance_threshold_sq.Set(1e-8);  // 640 m.
+    options_.render_roads.Set(with_geometry);
+    options_.render_road_labels.Set(with_geometry);
+  }
+  ~RoadSettings() { options_.ResetToDefault(); }
+  RoadSettings(const RoadSettings&) = delete;
+  RoadSettings& operator=(const RoadSettings&) = delete;
+  double threshold() const { return options_.road_distance_threshold_sq.Get(); }
+
+ private:
+  PelorinSpatialOptions& options_ = PelorinSpatialOptions::s_settings_;
+};
+
+void CreateRoads(benchmark::State& state) {
   const Town& town = Town::Of(state.range(0));
   PanoRoadCreator creator;
   std::size_t next = 0;
@@ -206,19 +226,64 @@ void BM_CreateRoadsOutward(benchmark::State& state) {
     creator.CreateRoadsOutward(town.record(town.start(next++)), town.graph());
     benchmark::DoNotOptimize(creator.roads.data());
   }
-  creator.Clear();
+}
+
+void BM_CreateRoadsOutward(benchmark::State& state) {
+  const RoadSettings settings(true);
+  CreateRoads(state);
+}
+
+// The town again, as the twin of the roads has it.
+std::vector<RoadTwin::Pano> PlainPanos(const Town& town) {
+  std::vector<RoadTwin::Pano> panos(town.places().size());
+  for (std::size_t i = 0; i < panos.size(); ++i) {
+    panos[i].position = {town.places()[i].x, town.places()[i].y, 0.0};
+    panos[i].links.assign(town.links()[i].begin(), town.links()[i].end());
+  }
+  return panos;
+}
+
+// Whether both find the same chains around `centre`, with 42 panoramas or little more in them.
+bool FindsTheTwinsRoads(const Town& town, std::size_t centre, RoadTwin* twin) {
+  PanoRoadCreator creator;
+  creator.CreateRoadsOutward(town.record(centre), town.graph());
+  const std::vector<RoadTwin::Chain> chains = twin->Create(centre);
+  std::set<std::size_t> found;
+  bool same = creator.roads.size() == chains.size();
+  for (std::size_t i = 0; same && i < chains.size(); ++i) {
+    found.insert(chains[i].begin(), chains[i].end());
+    const auto& panos = creator.roads[i]->panos;
+    same = std::equal(panos.begin(), panos.end(), chains[i].begin(), chains[i].end(),
+                      [](const PanoramaData* pano, std::size_t number) {
+                        return pano->pano_id == Town::Id(number);
+                      });
+  }
+  return same && found.size() >= 42 && found.size() <= 45;
 }
 
 void BM_CreateRoadsOutwardChainsAlone(benchmark::State& state) {
-  auto& lines = PelorinSpatialOptions::s_settings_.render_roads;
-  auto& labels = PelorinSpatialOptions::s_settings_.render_road_labels;
-  const bool had_lines = lines.Get();
-  const bool had_labels = labels.Get();
-  lines.Set(false);
-  labels.Set(false);
-  BM_CreateRoadsOutward(state);
-  lines.Set(had_lines);
-  labels.Set(had_labels);
+  const RoadSettings settings(false);
+  const Town& town = Town::Of(state.range(0));
+  const std::vector<RoadTwin::Pano> panos = PlainPanos(town);
+  RoadTwin twin(panos, settings.threshold());
+  for (std::size_t i = 0; i < kPlaces; ++i) {
+    if (!FindsTheTwinsRoads(town, town.start(i), &twin)) {
+      state.SkipWithError("other roads than the twin's");
+      return;
+    }
+  }
+  CreateRoads(state);
+}
+
+void BM_CreateRoadsTwin(benchmark::State& state) {
+  const RoadSettings settings(false);
+  const Town& town = Town::Of(state.range(0));
+  const std::vector<RoadTwin::Pano> panos = PlainPanos(town);
+  RoadTwin twin(panos, settings.threshold());
+  std::size_t next = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(twin.Create(town.start(next++)));
+  }
 }
 
 void BM_FindPath(benchmark::State& state) {
@@ -261,6 +326,7 @@ const int kRegistered = [] {
       {"SetActivePanoAndView", BM_SetActivePanoAndView},
       {"CreateRoadsOutward", BM_CreateRoadsOutward},
       {"CreateRoadsOutwardChainsAlone", BM_CreateRoadsOutwardChainsAlone},
+      {"CreateRoadsTwin", BM_CreateRoadsTwin},
       {"FindPath", BM_FindPath},
       {"FindPathTwin", BM_FindPathTwin},
   };

@@ -18,6 +18,7 @@
 #include "tests/spatial/graph/road_fixture.h"
 #include "tests/support/heap_snapshot.h"
 #include "tests/support/ogr_info.h"
+#include "tests/support/road_twin.h"
 
 namespace nimbara {
 namespace spatial {
@@ -25,6 +26,7 @@ namespace {
 
 using loculus::Placemark;
 using loculus::Point;
+using test_support::RoadTwin;
 
 using Chains = std::vector<std::string>;
 
@@ -37,6 +39,17 @@ class PanoRoadCreatorTest : public RoadFixture {
     Chains chains;
     for (const PanoRoad* road : made.roads) {
       chains.push_back(road == nullptr ? "-" : IdsOf(*road));
+    }
+    return chains;
+  }
+  static Chains ChainsOf(const std::vector<RoadTwin::Chain>& numbers) {
+    Chains chains;
+    for (const RoadTwin::Chain& chain : numbers) {
+      std::string ids;
+      for (const std::size_t pano : chain) {
+        ids += (ids.empty() ? "" : " ") + std::to_string(pano);
+      }
+      chains.push_back(ids);
     }
     return chains;
   }
@@ -206,86 +219,6 @@ TEST_F(PanoRoadCreatorTest, KnowsWhetherAnyNeighbourIsLoaded) {
 
 // --- The same walk over plain lists --------------------------------------------------------------
 
-class NaiveRoads {
- public:
-  NaiveRoads(const PanoGraph& graph, double threshold) : graph_(graph), threshold_(threshold) {}
-
-  Chains Create(const PanoramaData& centre) {
-    std::vector<const PanoramaData*> order = {&centre};
-    chains_ = {{&centre}};
-    for (std::size_t head = 0; head < order.size() && order.size() < 42; ++head) {
-      const PanoramaData* from = order[head];
-      if (!(Squared(centre, *from) > threshold_)) {
-        for (const ConnectedPano& link : from->links) {
-          const PanoramaData* found = graph_.GetPanoramaData(link.pano_id);
-          if (found != nullptr && !IsInAny(found)) {
-            Place(from, found);
-            order.push_back(found);
-          }
-        }
-      }
-    }
-    Chains names;
-    for (const auto& chain : chains_) {
-      QStringList ids;
-      for (const PanoramaData* pano : chain) {
-        ids.append(pano->pano_id);
-      }
-      names.push_back(ids.join(' ').toStdString());
-    }
-    return names;
-  }
-
- private:
-  using Chain = std::vector<const PanoramaData*>;
-
-  static double Squared(const PanoramaData& a, const PanoramaData& b) {
-    const Vec3<double> p = CartesianFromStored(a.position);
-    const Vec3<double> q = CartesianFromStored(b.position);
-    return (p.x - q.x) * (p.x - q.x) + (p.y - q.y) * (p.y - q.y) + (p.z - q.z) * (p.z - q.z);
-  }
-  bool IsInAny(const PanoramaData* pano) const {
-    for (const Chain& chain : chains_) {
-      if (std::count(chain.begin(), chain.end(), pano) > 0) {
-        return true;
-      }
-    }
-    return false;
-  }
-  static bool Links(const PanoramaData* a, const PanoramaData* b) {
-    for (const ConnectedPano& link : a->links) {
-      if (link.pano_id == b->pano_id) {
-        return true;
-      }
-    }
-    return false;
-  }
-  // By the angle itself: streets of the test turn by whole multiples of 15 degrees.
-  static bool GoesOn(const PanoramaData* a, const PanoramaData* b, const PanoramaData* c) {
-    const double in = std::atan2(b->position.y - a->position.y, b->position.x - a->position.x);
-    const double out = std::atan2(c->position.y - b->position.y, c->position.x - b->position.x);
-    return std::fabs(std::remainder(out - in, 2 * 3.14159265358979323846)) < 0.7840;
-  }
-  void Place(const PanoramaData* from, const PanoramaData* found) {
-    for (Chain& chain : chains_) {
-      const std::size_t n = chain.size();
-      if (Links(chain[0], found) && (n == 1 || GoesOn(chain[1], chain[0], found))) {
-        chain.insert(chain.begin(), found);
-        return;
-      }
-      if (n > 1 && Links(chain[n - 1], found) && GoesOn(chain[n - 2], chain[n - 1], found)) {
-        chain.push_back(found);
-        return;
-      }
-    }
-    chains_.push_back({from, found});
-  }
-
-  const PanoGraph& graph_;
-  const double threshold_;
-  std::vector<Chain> chains_;
-};
-
 TEST_F(PanoRoadCreatorTest, FindsTheChainsOfTheSameWalkOverPlainLists) {
   constexpr unsigned kSeed = 42042;
   SCOPED_TRACE(kSeed);
@@ -295,30 +228,33 @@ TEST_F(PanoRoadCreatorTest, FindsTheChainsOfTheSameWalkOverPlainLists) {
   std::size_t most_roads = 0;
   for (int round = 0; round < 200; ++round) {
     graph.Clear();
-    const int count = 2 + static_cast<int>(random() % 80);
-    std::vector<Vec3<double>> positions;
-    std::vector<Ids> links(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-      positions.push_back(At(metres(random), metres(random)));
+    std::vector<RoadTwin::Pano> panos(2 + random() % 80);
+    for (RoadTwin::Pano& pano : panos) {
+      const double east = metres(random);
+      pano.position = At(east, metres(random));
     }
-    for (int i = 0; i < 3 * count; ++i) {
-      const std::size_t a = random() % static_cast<std::size_t>(count);
-      const std::size_t b = random() % static_cast<std::size_t>(count);
-      links[a].push_back(QString::number(b));
+    for (std::size_t i = 0; i < 3 * panos.size(); ++i) {
+      const std::size_t a = random() % panos.size();
+      const std::size_t b = random() % panos.size();
+      panos[a].links.push_back(b);
       if (random() % 4 != 0) {
-        links[b].push_back(QString::number(a));
+        panos[b].links.push_back(a);
       }
     }
-    for (int i = 0; i < count; ++i) {
-      if (i == 0 || random() % 8 != 0) {
-        const auto at = static_cast<std::size_t>(i);
-        Add(QString::number(i), positions[at], links[at]);
+    for (std::size_t i = 0; i < panos.size(); ++i) {
+      panos[i].is_loaded = i == 0 || random() % 8 != 0;
+      if (panos[i].is_loaded) {
+        Ids links;
+        for (const std::size_t to : panos[i].links) {
+          links.push_back(QString::number(to));
+        }
+        Add(QString::number(i), panos[i].position, links);
       }
     }
     const double threshold = ThresholdFor(20.0 + static_cast<double>(random() % 150));
     options.road_distance_threshold_sq.Set(threshold);
     Create("0");
-    ASSERT_EQ(Roads(), NaiveRoads(graph, threshold).Create(Record("0"))) << round;
+    ASSERT_EQ(Roads(), ChainsOf(RoadTwin(panos, threshold).Create(0))) << round;
     most_roads = std::max(most_roads, creator.roads.size());
     creator.Clear();
   }
