@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "spatial/graph/plane.h"
 
 namespace pelorin {

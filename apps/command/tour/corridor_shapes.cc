@@ -4,7 +4,7 @@
 #include <cmath>
 #include <mutex>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "spatial/graph/collision_fillet.h"
 #include "spatial/graph/plane.h"
 #include "spatial/panorama/pelorin_spatial_options.h"

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 
 namespace pelorin {
 namespace command {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "spatial/panorama/panorama_data.h"
 
 namespace pelorin {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <string>
 
+#include "apps/command/kml_parts.h"
 #include "apps/command/tour/corridor_shapes.h"
-#include "apps/command/tour/kml_parts.h"
 #include "host/loculus/line_style.h"
 #include "host/loculus/style.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "apps/command/tour/tour_report.h"
 #include "host/loculus/point.h"
 #include "host/reference/loculus/depth_surface.h"

@@ -3,7 +3,7 @@
 
 #include <QString>
 
-#include "apps/command/tour/kml_parts.h"
+#include "apps/command/kml_parts.h"
 #include "apps/command/tour/street_kml.h"
 #include "host/loculus/camera.h"
 #include "host/reference/kml_writer.h"
@@ -25,6 +25,10 @@ constexpr double kEyeMetres = 2.5;
 
 QString Text(const std::string& text) {
   return QString::fromStdString(text);
+}
+
+std::uint32_t AbgrOf(std::uint32_t rgb) {
+  return 0xFF000000u | RgbOf(rgb);
 }
 
 /// Builds the document, folder by folder.

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "apps/command/tour/tour_report.h"
 #include "host/loculus/line_string.h"
 

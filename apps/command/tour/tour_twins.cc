@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "apps/command/route_parts.h"
+#include "apps/command/stored_place.h"
 #include "apps/command/tour/corridor_shapes.h"
-#include "apps/command/tour/stored_place.h"
 #include "host/loculus/line_string.h"
 
 namespace pelorin {

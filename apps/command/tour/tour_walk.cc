@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "apps/command/coordinates.h"
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "host/reference/network_statistics.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
 

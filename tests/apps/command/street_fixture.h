@@ -7,7 +7,7 @@
 #include <cmath>
 #include <vector>
 
-#include "apps/command/tour/stored_place.h"
+#include "apps/command/stored_place.h"
 #include "host/memory.h"
 #include "host/referent.h"
 #include "spatial/graph/pano_graph.h"

@@ -6,8 +6,8 @@
 
 #include <memory>
 
+#include "apps/command/stored_place.h"
 #include "apps/command/tour/stop_depth_maps.h"
-#include "apps/command/tour/stored_place.h"
 #include "apps/dataset/dataset_writer.h"
 #include "apps/dataset/panorama_maps.h"
 #include "apps/service/panorama_service.h"

@@ -18,16 +18,13 @@
 namespace pelorin {
 namespace command {
 
-/// Small parts of which the KML of a tour is made. Colours are alpha, blue, green, red.
+/// Small parts of which the KML of all verbs is made. Colours are alpha, blue, green, red.
 
 template <typename T>
 nimbara::RefPtr<T> NewKml() {
   return nimbara::RefPtr<T>(new (nimbara::HeapManager::GetDynamicHeap())
                                 T(nimbara::loculus::KmlId(), QString()));
 }
-
-/// An opaque colour for KML, from red, green, blue.
-std::uint32_t AbgrOf(std::uint32_t rgb);
 
 nimbara::RefPtr<nimbara::loculus::Point> PointAt(const LatLng& place);
 /// On the ground.

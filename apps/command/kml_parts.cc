@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "apps/command/tour/kml_parts.h"
+#include "apps/command/kml_parts.h"
 
-#include "apps/command/tour/stored_place.h"
-#include "apps/command/tour/tour_report.h"
+#include "apps/command/stored_place.h"
 #include "host/loculus/icon_style.h"
 #include "host/loculus/label_style.h"
 #include "host/loculus/line_style.h"
@@ -17,10 +16,6 @@ using nimbara::loculus::Folder;
 using nimbara::loculus::LineString;
 using nimbara::loculus::Placemark;
 using nimbara::loculus::Point;
-
-std::uint32_t AbgrOf(std::uint32_t rgb) {
-  return 0xFF000000u | RgbOf(rgb);
-}
 
 RefPtr<Point> PointAt(const LatLng& place) {
   RefPtr<Point> point = NewKml<Point>();
