@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <random>
 
 namespace pelorin {
 namespace command {
@@ -103,6 +106,109 @@ TEST_F(TrackFile, IsReadOrRefusedAtEveryPrefix) {
     EXPECT_FALSE(Read(whole.substr(0, length)).ok()) << length;
   }
   EXPECT_TRUE(Read(whole).ok());
+}
+
+// What holds of any track that is read, and of any file that is not.
+void ExpectSound(const Outcome& outcome, const std::vector<TrackPoint>& track) {
+  if (!outcome.ok()) {
+    EXPECT_EQ(outcome.code(), ExitCode::kDataError);
+    EXPECT_TRUE(track.empty()) << "left alone";
+    return;
+  }
+  ASSERT_FALSE(track.empty());
+  EXPECT_EQ(track[0].seconds, 0.0);
+  for (std::size_t i = 0; i < track.size(); ++i) {
+    EXPECT_TRUE(IsValidLatLng(track[i].place)) << i;
+    EXPECT_TRUE(std::isfinite(track[i].seconds)) << i;
+    EXPECT_TRUE(i == 0 || track[i].seconds >= track[i - 1].seconds) << i;
+  }
+}
+
+// There is no fuzz target for this reader, since those are built without the command: this is the
+// same in small, and runs under the sanitizers with all other tests.
+TEST_F(TrackFile, IsReadOrRefusedWithAnyBytesChanged) {
+  constexpr unsigned kSeed = 190311;
+  SCOPED_TRACE(kSeed);
+  std::mt19937 random(kSeed);
+  const std::string whole =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + std::string(kHead) +
+      "<wpt lat='1' lon='2'><name>here &amp; there</name></wpt>"
+      "<rte><rtept lat='1' lon='1'/><rtept lat='-2.5e0' lon='2'/></rte><!-- then -->"
+      "<trk><name><![CDATA[a <walk>]]></name><trkseg>"
+      "<trkpt lat='47.5' lon='-24.5'><ele>3</ele><time>2026-05-01T10:00:00Z</time></trkpt>"
+      "<trkpt lat='47.6' lon='-24.4'><time>2026-05-01T10:01:30.5+02:00</time>"
+      "<extensions><a><b/></a></extensions></trkpt></trkseg></trk></gpx>";
+  const std::string pieces[] = {"<",
+                                ">",
+                                "</",
+                                "'",
+                                "&",
+                                ";",
+                                "<trkpt lat='1' lon='1'>",
+                                "</trkpt>",
+                                "<time>",
+                                "9999-12-31T23:59:59Z",
+                                "-",
+                                "e308",
+                                "\xff\xfe",
+                                "]]>",
+                                "<!DOCTYPE gpx [",
+                                "<?",
+                                std::string(1, '\0')};
+  int read = 0;
+  for (int round = 0; round < 1500; ++round) {
+    std::string damaged = whole;
+    for (unsigned change = random() % 4 + 1; change > 0; --change) {
+      const std::size_t at = random() % damaged.size();
+      switch (random() % 3) {
+      case 0:
+        damaged[at] = static_cast<char>(random());
+        break;
+      case 1:
+        damaged.erase(at, random() % 20);
+        break;
+      default:
+        damaged.insert(at, pieces[random() % std::size(pieces)]);
+      }
+    }
+    track.clear();
+    const Outcome outcome = Read(damaged);
+    ExpectSound(outcome, track);
+    read += outcome.ok();
+    if (HasFailure()) {
+      FAIL() << "round " << round << ": " << damaged;
+    }
+  }
+  EXPECT_GT(read, 50);
+  EXPECT_LT(read, 1450);
+}
+
+TEST_F(TrackFile, RefusesEntitiesThatBlowUp) {
+  std::string text = "<!DOCTYPE gpx [<!ENTITY a0 'aaaaaaaaaaaaaaaa'>";
+  for (int i = 1; i < 12; ++i) {
+    const std::string inner = "&a" + std::to_string(i - 1) + ";";
+    text += "<!ENTITY a" + std::to_string(i) + " '";
+    for (int k = 0; k < 10; ++k) {
+      text += inner;
+    }
+    text += "'>";
+  }
+  text +=
+      "]><gpx><trk><trkseg><trkpt lat='1' lon='1'><time>&a11;</time></trkpt></trkseg></trk></gpx>";
+  EXPECT_EQ(Read(text).code(), ExitCode::kDataError);
+}
+
+TEST_F(TrackFile, StepsOverElementsOfAnyDepth) {
+  std::string open;
+  std::string close;
+  for (int i = 0; i < 100000; ++i) {
+    open += "<x>";
+    close += "</x>";
+  }
+  ASSERT_TRUE(Read("<gpx><trk><trkseg><trkpt lat='1' lon='1'><time>" + open + close + "</time>" +
+                   open + close + "</trkpt></trkseg></trk></gpx>")
+                  .ok());
+  EXPECT_EQ(track.size(), 1u);
 }
 
 }  // namespace
