@@ -123,10 +123,11 @@ function drawNow(pen, frame) {
   pen.moveTo(x, CHART_TOP);
   pen.lineTo(x, frame.height - CHART_BOTTOM);
   pen.stroke();
+  const turn = Math.round(Math.abs(step.turn));
   byId("chart-now").textContent = `${timeText(step.seconds)} \u00B7 `
     + (step.depth === null ? "nothing holds it"
       : `depth ${step.depth.toFixed(1)} m${step.depth < 0 ? ", pushed back" : ""}`)
-    + ` \u00B7 turned ${Math.abs(step.turn).toFixed(0)}\u00B0/s ${step.turn < 0 ? "left" : "right"}`;
+    + (turn ? ` \u00B7 turned ${turn}\u00B0/s ${step.turn < 0 ? "left" : "right"}` : "");
 }
 function fillChart() {
   byId("chart").hidden = steps.length < 2;

@@ -198,6 +198,11 @@ function fit() {
   camera.y = (n + s) / 2;
   camera.scale = Math.min((size[0] - 2 * room) / Math.max(e - w, 30),
     (size[1] - 2 * room) / Math.max(s - n, 30));
+  // What does not need the whole width moves out from under the legend.
+  const legend = byId("legend");
+  const covered = legend.open ? legend.getBoundingClientRect().right + 24 : 0;
+  const left = (size[0] - (e - w) * camera.scale) / 2;
+  camera.x -= Math.max(0, Math.min(covered - left, left - 24)) / camera.scale;
   follow = false;
   requestDraw();
 }
