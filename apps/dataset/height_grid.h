@@ -36,8 +36,15 @@ std::string FaultOf(const HeightGridInfo& info);
 /// if nothing is left.
 std::string HeightGridName(const std::string& text);
 
-/// How a height between four samples is found.
-enum class HeightInterpolation { kNearest, kBilinear };
+/// How a height between samples is found.
+enum class HeightInterpolation {
+  kNearest,   ///< That of the nearest sample.
+  kBilinear,  ///< From the four around it, each by how near it is.
+  /// From the sixteen around it, by cubic convolution (Keys, "Cubic Convolution Interpolation for
+  /// Digital Image Processing", 1981, with a = -1/2): without edges at the samples, and so now and
+  /// then a little above or below all of them. Beyond the edge of a grid its last samples go on.
+  kCubic,
+};
 
 /// Which heights are wanted.
 struct HeightQuery {

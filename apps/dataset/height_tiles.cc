@@ -2,6 +2,7 @@
 #include "apps/dataset/height_tiles.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -37,6 +38,42 @@ TileShape ShapeOf(const HeightGridInfo& info, std::int64_t tile) {
 
 bool GoesRound(const HeightGridInfo& info) {
   return static_cast<double>(info.columns) * info.lng_step_deg >= 360.0 - 0.5 * info.lng_step_deg;
+}
+
+// Samples once round, in a grid that goes round; the last one of a row can stand where the first
+// does. At least one, however long a step is.
+std::int64_t SamplesRound(const HeightGridInfo& info) {
+  const auto steps = static_cast<std::int64_t>(std::lround(360.0 / info.lng_step_deg));
+  return std::clamp<std::int64_t>(steps, 1, info.columns);
+}
+
+// The column that stands for one up to a step west or two east of the grid: across its seam, or the
+// last one at its edge.
+std::int64_t ColumnOf(const HeightGridInfo& info, std::int64_t column) {
+  if (!GoesRound(info)) {
+    return std::clamp<std::int64_t>(column, 0, info.columns - 1);
+  }
+  const std::int64_t round = SamplesRound(info);
+  return (column + round) % round;
+}
+
+// The samples along one axis that a height can be made of: one before the place, the one at it or
+// just before, and the two behind.
+constexpr std::int64_t kTaps = 4;
+using Weights = std::array<double, kTaps>;
+
+// What each counts where the place is `t` of the way from the second to the third, 0 to 1.
+Weights WeightsOf(HeightInterpolation interpolation, double t) {
+  switch (interpolation) {
+  case HeightInterpolation::kNearest:
+    return t < 0.5 ? Weights{0.0, 1.0, 0.0, 0.0} : Weights{0.0, 0.0, 1.0, 0.0};
+  case HeightInterpolation::kBilinear:
+    return {0.0, 1.0 - t, t, 0.0};
+  case HeightInterpolation::kCubic:
+    break;
+  }
+  return {((1.0 - 0.5 * t) * t - 0.5) * t, (1.5 * t - 2.5) * t * t + 1.0,
+          ((2.0 - 1.5 * t) * t + 0.5) * t, (0.5 * t - 0.5) * t * t};
 }
 
 void AppendFloat(float value, std::string* bytes) {
@@ -81,13 +118,11 @@ std::string PackedHeightTile(const HeightGrid& grid, std::int64_t tile) {
   return Deflated(bytes);
 }
 
-// Where a place lies in a grid: the sample north-west of it, its neighbours, and how far the place
-// is on the way to them, 0 to 1.
+// Where a place lies in a grid: the sample north-west of it, and how far the place is on the way to
+// the next ones, 0 to 1.
 struct HeightField::Spot {
-  std::int64_t north = 0;
-  std::int64_t south = 0;
-  std::int64_t west = 0;
-  std::int64_t east = 0;
+  std::int64_t row = 0;
+  std::int64_t column = 0;
   double to_south = 0.0;
   double to_east = 0.0;
 };
@@ -117,13 +152,10 @@ bool HeightField::Locate(std::size_t grid, const LatLng& place, Spot* spot) cons
   }
   row = std::clamp(row, 0.0, last_row);
   column = std::clamp(column, 0.0, round ? last_column + 1.0 : last_column);
-  spot->north = static_cast<std::int64_t>(row);
-  spot->south = std::min(spot->north + 1, info.rows - 1);
-  spot->to_south = row - static_cast<double>(spot->north);
-  spot->west = static_cast<std::int64_t>(column);
-  spot->to_east = column - static_cast<double>(spot->west);
-  spot->west %= info.columns;
-  spot->east = round ? (spot->west + 1) % info.columns : std::min(spot->west + 1, info.columns - 1);
+  spot->row = static_cast<std::int64_t>(row);
+  spot->to_south = row - static_cast<double>(spot->row);
+  spot->column = static_cast<std::int64_t>(column);
+  spot->to_east = column - static_cast<double>(spot->column);
   return true;
 }
 
@@ -149,21 +181,18 @@ Height HeightField::At(const LatLng& place, HeightInterpolation interpolation,
 
 Height HeightField::Interpolated(std::size_t grid, const Spot& spot,
                                  HeightInterpolation interpolation) {
-  double to_south = spot.to_south;
-  double to_east = spot.to_east;
-  if (interpolation == HeightInterpolation::kNearest) {
-    to_south = std::floor(to_south + 0.5);
-    to_east = std::floor(to_east + 0.5);
-  }
+  const HeightGridInfo& info = grids_[grid];
+  const Weights down = WeightsOf(interpolation, spot.to_south);
+  const Weights right = WeightsOf(interpolation, spot.to_east);
   Height height;
-  for (const bool south : {false, true}) {
-    for (const bool east : {false, true}) {
-      const double weight = (south ? to_south : 1.0 - to_south) * (east ? to_east : 1.0 - to_east);
+  for (std::int64_t i = 0; i < kTaps; ++i) {
+    const std::int64_t row = std::clamp<std::int64_t>(spot.row - 1 + i, 0, info.rows - 1);
+    for (std::int64_t k = 0; k < kTaps; ++k) {
+      const double weight = down[static_cast<std::size_t>(i)] * right[static_cast<std::size_t>(k)];
       if (weight == 0.0) {
         continue;  // What does not count need not be known.
       }
-      const Sample sample =
-          SampleAt(grid, south ? spot.south : spot.north, east ? spot.east : spot.west);
+      const Sample sample = SampleAt(grid, row, ColumnOf(info, spot.column - 1 + k));
       height.metres += weight * sample.metres;
       height.filled = height.filled || sample.filled;
       if (sample.known) {

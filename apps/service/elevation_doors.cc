@@ -98,9 +98,9 @@ Reply ElevationDoors::ServeViewer(const httplib::Request& request) const {
     return Refusal(403, "REQUEST_DENIED", "the signature is missing or wrong");
   HeightRequest wanted;
   std::string error;
-  const auto locations = request.params.find("locations");
-  if (!ParsePlaces(locations == request.params.end() ? "" : locations->second, &wanted.places,
-                   &error)) {
+  if (!ParsePlaces("locations", request.get_param_value("locations"), &wanted.places, &error) ||
+      !ParseInterpolation(request.get_param_value("interpolation"), &wanted.query.interpolation,
+                          &error)) {
     return BadRequest(error);
   }
   return Answered(dataset_, wanted, false);

@@ -15,12 +15,13 @@ namespace pelorin {
 /// each place in the order of the places:
 ///
 ///     /elevation/json   what viewers ask: `locations` as "enc:" and a polyline, and a signature
-///                       (request_signature.h); without a good one 403.
+///                       (request_signature.h); without a good one 403. `interpolation` can stand
+///                       beside them, where the viewer's address of the service has it.
 ///     /v1/<set>         what open height clients ask, by GET, or by POST as a form or as JSON:
-///                       `locations`, `samples`, `interpolation` (height_request.h). A set is the
-///                       name of one or more grids, several sets with commas between them, the
-///                       first that knows the place answering, or "heights" for all. A result also
-///                       names its grid under "dataset".
+///                       `locations` or `path`, `samples`, `interpolation` (height_request.h). A
+///                       set is the name of one or more grids, several sets with commas between
+///                       them, the first that knows the place answering, or "heights" for all. A
+///                       result also names its grid under "dataset".
 ///
 /// There is a height for every place, since readers take no other than a number: one where samples
 /// are missing is filled from those around, or is sea level, and then says "filled": true.

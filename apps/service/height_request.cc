@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/service/height_request.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -28,13 +29,14 @@ bool ParsePlace(std::string_view text, LatLng* place) {
          ParseNumber(text.substr(comma + 1), -180.0, 180.0, &place->lng_deg);
 }
 
-bool ParseList(std::string_view text, std::vector<LatLng>* places, std::string* error) {
+bool ParseList(const std::string& name, std::string_view text, std::vector<LatLng>* places,
+               std::string* error) {
   while (true) {
     const std::size_t bar = text.find('|');
     LatLng place;
     if (!ParsePlace(text.substr(0, bar), &place)) {
-      return Refuse("place number " + std::to_string(places->size() + 1) +
-                        " of locations is not lat,lng in degrees",
+      return Refuse("place number " + std::to_string(places->size() + 1) + " of " + name +
+                        " is not lat,lng in degrees",
                     error);
     }
     places->push_back(place);
@@ -63,20 +65,21 @@ bool TakeNumber(std::string_view* text, std::int64_t* number) {
   return false;
 }
 
-bool ParsePolyline(std::string_view text, std::vector<LatLng>* places, std::string* error) {
+bool ParsePolyline(const std::string& name, std::string_view text, std::vector<LatLng>* places,
+                   std::string* error) {
   std::int64_t lat = 0;
   std::int64_t lng = 0;
   while (!text.empty()) {
     std::int64_t lat_step = 0;
     std::int64_t lng_step = 0;
     if (!TakeNumber(&text, &lat_step) || !TakeNumber(&text, &lng_step))
-      return Refuse("locations is no encoded polyline", error);
+      return Refuse(name + " is no encoded polyline", error);
     lat += lat_step;
     lng += lng_step;
     const LatLng place{static_cast<double>(lat) / kPolylineUnitsPerDegree,
                        static_cast<double>(lng) / kPolylineUnitsPerDegree};
     if (!IsValidLatLng(place))
-      return Refuse("the polyline of locations leaves the planet's degrees", error);
+      return Refuse("the polyline of " + name + " leaves the planet's degrees", error);
     places->push_back(place);
   }
   return true;
@@ -106,22 +109,56 @@ std::string PlacesText(const nlohmann::json& array) {
   return text;
 }
 
+// The places that stand under `name`; of a path `samples` along it.
+bool FindPlaces(const std::multimap<std::string, std::string>& parameters, const std::string& name,
+                const std::string& samples, std::vector<LatLng>* places, std::string* error) {
+  if (!ParsePlaces(name, Find(parameters, name), places, error))
+    return false;
+  if (samples.empty())
+    return true;
+  int count = 0;
+  if (!ParseNumber(samples, 1, static_cast<int>(HeightRequest::kMaxPlaces), &count)) {
+    return Refuse("samples is not a number from 1 to " + std::to_string(HeightRequest::kMaxPlaces),
+                  error);
+  }
+  *places = PlacesAlongPath(*places, count);
+  return true;
+}
+
 }  // namespace
 
-bool ParsePlaces(const std::string& text, std::vector<LatLng>* places, std::string* error) {
+bool ParsePlaces(const std::string& name, const std::string& text, std::vector<LatLng>* places,
+                 std::string* error) {
   std::vector<LatLng> found;
   const bool marked = text.rfind(kPolylineMark, 0) == 0;
   const bool is_list = !marked && text.find(',') != std::string::npos;
   const std::string_view polyline = std::string_view(text).substr(marked ? 4 : 0);
-  if (!(is_list ? ParseList(text, &found, error) : ParsePolyline(polyline, &found, error)))
+  if (!(is_list ? ParseList(name, text, &found, error)
+                : ParsePolyline(name, polyline, &found, error)))
     return false;
   if (found.empty())
-    return Refuse("locations is missing: lat,lng|lat,lng or an encoded polyline", error);
+    return Refuse(name + " is missing: lat,lng|lat,lng or an encoded polyline", error);
   if (found.size() > HeightRequest::kMaxPlaces) {
     return Refuse(
         "more than " + std::to_string(HeightRequest::kMaxPlaces) + " places in one request", error);
   }
   *places = std::move(found);
+  return true;
+}
+
+const std::vector<std::string>& InterpolationNames() {
+  // In the order of the enumerators.
+  static const std::vector<std::string> names = {"nearest", "bilinear", "cubic"};
+  return names;
+}
+
+bool ParseInterpolation(const std::string& text, HeightInterpolation* interpolation,
+                        std::string* error) {
+  const std::vector<std::string>& names = InterpolationNames();
+  const auto name = std::find(names.begin(), names.end(), text.empty() ? "bilinear" : text);
+  if (name == names.end())
+    return Refuse("interpolation is none of nearest, bilinear and cubic", error);
+  *interpolation = static_cast<HeightInterpolation>(name - names.begin());
   return true;
 }
 
@@ -148,22 +185,16 @@ std::vector<LatLng> PlacesAlongPath(const std::vector<LatLng>& places, int sampl
 
 bool ParseHeightRequest(const std::multimap<std::string, std::string>& parameters,
                         HeightRequest* request, std::string* error) {
+  const std::string samples = Find(parameters, "samples");
+  const bool is_path = !Find(parameters, "path").empty();
+  if (is_path && !Find(parameters, "locations").empty())
+    return Refuse("locations and path are both given", error);
+  if (is_path && samples.empty())
+    return Refuse("a path needs samples, the number of places along it", error);
   HeightRequest found;
-  if (!ParsePlaces(Find(parameters, "locations"), &found.places, error))
+  if (!FindPlaces(parameters, is_path ? "path" : "locations", samples, &found.places, error) ||
+      !ParseInterpolation(Find(parameters, "interpolation"), &found.query.interpolation, error)) {
     return false;
-  if (const std::string text = Find(parameters, "samples"); !text.empty()) {
-    int samples = 0;
-    if (!ParseNumber(text, 1, static_cast<int>(HeightRequest::kMaxPlaces), &samples)) {
-      return Refuse(
-          "samples is not a number from 1 to " + std::to_string(HeightRequest::kMaxPlaces), error);
-    }
-    found.places = PlacesAlongPath(found.places, samples);
-  }
-  const std::string interpolation = Find(parameters, "interpolation");
-  if (interpolation == "nearest") {
-    found.query.interpolation = HeightInterpolation::kNearest;
-  } else if (!interpolation.empty() && interpolation != "bilinear") {
-    return Refuse("interpolation is neither nearest nor bilinear", error);
   }
   *request = std::move(found);
   return true;
@@ -179,7 +210,7 @@ bool ReadJsonParameters(const std::string& body,
     for (const auto& [name, value] : json.items()) {
       if (value.is_string()) {
         found.emplace(name, value.get<std::string>());
-      } else if (value.is_array() && name == "locations") {
+      } else if (value.is_array() && (name == "locations" || name == "path")) {
         found.emplace(name, PlacesText(value));
       } else if (value.is_number()) {
         found.emplace(name, value.dump());
@@ -188,7 +219,7 @@ bool ReadJsonParameters(const std::string& body,
   } catch (const nlohmann::json::parse_error&) {
     return Refuse("the body is no JSON", error);
   } catch (const nlohmann::json::exception&) {
-    return Refuse("locations is no list of objects with latitude and longitude", error);
+    return Refuse("the places are no list of objects with latitude and longitude", error);
   }
   *parameters = std::move(found);
   return true;

@@ -82,6 +82,114 @@ TEST(Heights, OfTheNearestSampleIfThatIsWanted) {
   EXPECT_EQ(HeightAt(*dataset, 49.4, 10.6, nearest).metres, 210.0);
 }
 
+HeightQuery Cubic() {
+  HeightQuery query;
+  query.interpolation = HeightInterpolation::kCubic;
+  return query;
+}
+
+// Keys' kernel as it was published, of the distance to a sample in samples.
+double CubicKernel(double distance) {
+  constexpr double kA = -0.5;
+  const double x = std::fabs(distance);
+  if (x <= 1.0) {
+    return (kA + 2.0) * x * x * x - (kA + 3.0) * x * x + 1.0;
+  }
+  return x < 2.0 ? kA * x * x * x - 5.0 * kA * x * x + 8.0 * kA * x - 4.0 * kA : 0.0;
+}
+
+TEST(Heights, ThatAreCubicWeighAllSamplesByThePublishedKernel) {
+  std::mt19937 draw(31);
+  constexpr int kSide = 9;
+  HeightGrid grid = Grid(std::vector<std::vector<float>>(kSide, std::vector<float>(kSide)));
+  for (float& sample : grid.samples) {
+    sample = static_cast<float>(draw() % 9000) - 400.0f;
+  }
+  const auto dataset = DatasetOf({grid});
+  for (int round = 0; round < 500; ++round) {
+    const double y = static_cast<double>(draw() % 8001) / 1000.0;
+    const double x = static_cast<double>(draw() % 8001) / 1000.0;
+    double expected = 0.0;
+    for (int row = -2; row < kSide + 2; ++row) {
+      for (int column = -2; column < kSide + 2; ++column) {
+        const int nearest_row = std::clamp(row, 0, kSide - 1);
+        const int nearest_column = std::clamp(column, 0, kSide - 1);
+        const auto at = static_cast<std::size_t>(nearest_row * kSide + nearest_column);
+        expected +=
+            CubicKernel(y - row) * CubicKernel(x - column) * static_cast<double>(grid.samples[at]);
+      }
+    }
+    EXPECT_NEAR(HeightAt(*dataset, 50.0 - y, 10.0 + x, Cubic()).metres, expected, 1e-8);
+  }
+}
+
+TEST(Heights, ThatAreCubicFollowASlopeThatBendsEvenly) {
+  const auto ground = [](double y, double x) {
+    return 3.0 * y * y - 2.0 * x * y + x * x - 7.0 * x;
+  };
+  HeightGrid grid = Grid(std::vector<std::vector<float>>(8, std::vector<float>(8)));
+  for (int row = 0; row < 8; ++row) {
+    for (int column = 0; column < 8; ++column) {
+      grid.samples[static_cast<std::size_t>(8 * row + column)] =
+          static_cast<float>(ground(row, column));
+    }
+  }
+  const auto dataset = DatasetOf({grid});
+  for (double y = 1.0; y <= 6.0; y += 0.125) {
+    for (double x = 1.0; x <= 6.0; x += 0.125) {
+      EXPECT_NEAR(HeightAt(*dataset, 50.0 - y, 10.0 + x, Cubic()).metres, ground(y, x), 1e-9);
+    }
+  }
+}
+
+TEST(Heights, ThatAreCubicCanLieAboveEverySample) {
+  const auto dataset = DatasetOf({Grid({{0, 10, 10, 0}})});
+  EXPECT_DOUBLE_EQ(HeightAt(*dataset, 50.0, 11.5, Cubic()).metres, 11.25);
+  EXPECT_DOUBLE_EQ(HeightAt(*dataset, 50.0, 11.0, Cubic()).metres, 10.0);
+}
+
+TEST(Heights, ThatAreCubicHaveNoSeamAllRound) {
+  // Two grids of one world; in the second the last sample of each row is the first once more.
+  HeightGrid open;
+  open.info = {"open", 10.0, -180.0, 10.0, 60.0, 2, 6};
+  open.samples = {0, 7, 3, 9, 1, 4, 5, 5, 2, 8, 0, 6};
+  HeightGrid closed = open;
+  closed.info.name = "closed";
+  closed.info.columns = 7;
+  closed.samples = {0, 7, 3, 9, 1, 4, 0, 5, 5, 2, 8, 0, 6, 5};
+  const auto one = DatasetOf({open});
+  const auto other = DatasetOf({closed});
+  HeightGrid turned = open;  // The same world, its rows beginning elsewhere.
+  turned.info.west_deg = 0.0;
+  std::rotate(turned.samples.begin(), turned.samples.begin() + 3, turned.samples.begin() + 6);
+  std::rotate(turned.samples.begin() + 6, turned.samples.begin() + 9, turned.samples.end());
+  const auto third = DatasetOf({turned});
+  for (double lng = -180.0; lng <= 180.0; lng += 7.5) {
+    const double expected = HeightAt(*one, 4.0, lng, Cubic()).metres;
+    EXPECT_NEAR(HeightAt(*other, 4.0, lng, Cubic()).metres, expected, 1e-9) << lng;
+    EXPECT_NEAR(HeightAt(*third, 4.0, lng, Cubic()).metres, expected, 1e-9) << lng;
+  }
+}
+
+TEST(Heights, OfAStepLongerThanTheWorldAreThatOneSample) {
+  HeightGrid grid;
+  grid.info = {"flat", 0.0, -180.0, 1.0, 1000.0, 1, 1};
+  grid.samples = {42};
+  const auto dataset = DatasetOf({grid});
+  EXPECT_NEAR(HeightAt(*dataset, 0.0, 33.0, Cubic()).metres, 42.0, 1e-9);
+  EXPECT_EQ(HeightAt(*dataset, 0.0, 33.0).metres, 42.0);
+}
+
+TEST(Heights, ThatAreCubicSayWhereAnyOfTheirSamplesIsMissing) {
+  std::vector<std::vector<float>> rows(6, std::vector<float>(6, 10.0f));
+  rows[0][0] = kMissing;
+  const auto dataset = DatasetOf({Grid(rows)});
+  EXPECT_TRUE(HeightAt(*dataset, 48.5, 11.5, Cubic()).filled);
+  EXPECT_FALSE(HeightAt(*dataset, 48.5, 11.5).filled) << "none of the four next to it is";
+  EXPECT_FALSE(HeightAt(*dataset, 47.5, 12.5, Cubic()).filled);
+  EXPECT_DOUBLE_EQ(HeightAt(*dataset, 48.5, 11.5, Cubic()).metres, 10.0);
+}
+
 TEST(Heights, ReachHalfAStepBeyondTheLastSample) {
   const auto dataset = DatasetOf({Grid({{1, 2}, {3, 4}})});
   EXPECT_EQ(HeightAt(*dataset, 50.49, 9.51).metres, 1.0);

@@ -160,6 +160,33 @@ TEST_F(ElevationDoorsTest, TakeSamplesAndInterpolation) {
   EXPECT_EQ(GetJson("/v1/a?locations=50,10|50,12&samples=5")["results"][1]["elevation"], 5);
 }
 
+TEST_F(ElevationDoorsTest, TakeAPathAndCubicHeightsAlongIt) {
+  const json answer = GetJson("/v1/a?path=50,10|50,12&samples=5&interpolation=cubic")["results"];
+  ASSERT_EQ(answer.size(), 5u);
+  EXPECT_EQ(answer[0]["elevation"], 0);
+  // Between 0 and 10, with 0 once more to the west and 20 to the east: (-0 + 9 * 10 - 20) / 16.
+  EXPECT_EQ(answer[1]["elevation"], 4.375);
+  EXPECT_EQ(answer[1]["location"]["lng"], 10.5);
+  EXPECT_EQ(answer[2]["elevation"], 10);
+  EXPECT_EQ(GetJson("/v1/a?path=50,10|50,12", 400)["error"],
+            "a path needs samples, the number of places along it");
+}
+
+TEST_F(ElevationDoorsTest, InterpolateForViewersWhoseAddressAsksForIt) {
+  const auto height_under = [this](const std::string& interpolation, int status = 200) {
+    const std::string query = "/elevation/json?interpolation=" + interpolation +
+                              "&client=nimbara-desktop&sensor=false&locations=enc:_ovmH_gn~@";
+    return GetJson(query + Signature(query), status);
+  };
+  // 49.6 north, 10.4 east, in grid "a": 0 and 10 to the north, 30 and a hole to the south.
+  const double nearest = height_under("nearest")["results"][0]["elevation"];
+  const double cubic = height_under("cubic")["results"][0]["elevation"];
+  EXPECT_EQ(nearest, 0.0);
+  EXPECT_NE(cubic, nearest);
+  EXPECT_NE(cubic, height_under("bilinear")["results"][0]["elevation"]);
+  EXPECT_EQ(height_under("lanczos", 400)["status"], "INVALID_REQUEST");
+}
+
 TEST_F(ElevationDoorsTest, RefuseASetThatIsNotThere) {
   EXPECT_EQ(GetJson("/v1/c?locations=1,2", 404)["status"], "INVALID_REQUEST");
   EXPECT_EQ(GetJson("/v1/?locations=1,2", 404)["status"], "INVALID_REQUEST");
@@ -168,8 +195,8 @@ TEST_F(ElevationDoorsTest, RefuseASetThatIsNotThere) {
 TEST_F(ElevationDoorsTest, RefuseWhatMakesNoSenseAndSayWhy) {
   EXPECT_EQ(GetJson("/v1/a", 400)["error"],
             "locations is missing: lat,lng|lat,lng or an encoded polyline");
-  EXPECT_EQ(GetJson("/v1/a?locations=1,2&interpolation=cubic", 400)["error"],
-            "interpolation is neither nearest nor bilinear");
+  EXPECT_EQ(GetJson("/v1/a?locations=1,2&interpolation=lanczos", 400)["error"],
+            "interpolation is none of nearest, bilinear and cubic");
 }
 
 TEST_F(ElevationDoorsTest, TakeAFormByPost) {

@@ -14,14 +14,14 @@ namespace {
 std::vector<LatLng> Places(const std::string& text) {
   std::vector<LatLng> places;
   std::string error;
-  EXPECT_TRUE(ParsePlaces(text, &places, &error)) << error;
+  EXPECT_TRUE(ParsePlaces("locations", text, &places, &error)) << error;
   return places;
 }
 
 std::string Refused(const std::string& text) {
   std::vector<LatLng> places = {{1, 2}};
   std::string error;
-  EXPECT_FALSE(ParsePlaces(text, &places, &error)) << text;
+  EXPECT_FALSE(ParsePlaces("locations", text, &places, &error)) << text;
   EXPECT_EQ(places, (std::vector<LatLng>{{1, 2}})) << "left as they were";
   return error;
 }
@@ -82,7 +82,7 @@ TEST(HeightRequest, ReadsDamagedPolylinesWithoutHarm) {
       text[4 + draw() % (text.size() - 4)] = static_cast<char>(draw() & 0xFF);
     std::vector<LatLng> places;
     std::string error;
-    if (ParsePlaces(text, &places, &error)) {
+    if (ParsePlaces("locations", text, &places, &error)) {
       for (const LatLng& place : places)
         EXPECT_TRUE(IsValidLatLng(place));
     }
@@ -119,13 +119,61 @@ TEST(HeightRequest, TakesSamplesAndInterpolation) {
   EXPECT_EQ(request.query.interpolation, HeightInterpolation::kNearest);
 }
 
+TEST(HeightRequest, TakesAPathWithItsSamples) {
+  HeightRequest request;
+  std::string error;
+  ASSERT_TRUE(ParseHeightRequest({{"path", "0,0|0,1|0,4"}, {"samples", "5"}}, &request, &error))
+      << error;
+  EXPECT_EQ(request.places, PlacesAlongPath({{0, 0}, {0, 1}, {0, 4}}, 5));
+  ASSERT_TRUE(ParseHeightRequest({{"path", "enc:_p~iF~ps|U_ulLnnqC"}, {"samples", "10000"}},
+                                 &request, &error))
+      << error;
+  EXPECT_EQ(request.places.size(), 10000u);
+  EXPECT_EQ(request.places.back(), (LatLng{40.7, -120.95}));
+}
+
+TEST(HeightRequest, SaysWhatIsWrongWithAPath) {
+  using Parameters = std::multimap<std::string, std::string>;
+  for (const auto& [parameters, line] : std::vector<std::pair<Parameters, std::string>>{
+           {{{"path", "0,0|0,1"}}, "a path needs samples, the number of places along it"},
+           {{{"path", "0,0|0,1"}, {"locations", "0,0"}, {"samples", "2"}},
+            "locations and path are both given"},
+           {{{"path", "0,0|0,x"}, {"samples", "2"}},
+            "place number 2 of path is not lat,lng in degrees"},
+           {{{"path", "~"}, {"samples", "2"}}, "path is no encoded polyline"},
+           {{{"path", "0,0|0,1"}, {"samples", "10001"}}, "samples is not a number from 1 to 10000"},
+           {{{"path", ""}, {"samples", "2"}},
+            "locations is missing: lat,lng|lat,lng or an encoded polyline"}}) {
+    HeightRequest request;
+    std::string error;
+    EXPECT_FALSE(ParseHeightRequest(parameters, &request, &error)) << line;
+    EXPECT_EQ(error, line);
+    EXPECT_TRUE(request.places.empty());
+  }
+}
+
+TEST(HeightRequest, KnowsThreeInterpolationsByName) {
+  ASSERT_EQ(InterpolationNames(), (std::vector<std::string>{"nearest", "bilinear", "cubic"}));
+  HeightInterpolation interpolation = HeightInterpolation::kNearest;
+  std::string error;
+  EXPECT_TRUE(ParseInterpolation("cubic", &interpolation, &error));
+  EXPECT_EQ(interpolation, HeightInterpolation::kCubic);
+  EXPECT_FALSE(ParseInterpolation("Bilinear", &interpolation, &error));
+  EXPECT_EQ(interpolation, HeightInterpolation::kCubic) << "as it was";
+  EXPECT_EQ(error, "interpolation is none of nearest, bilinear and cubic");
+  EXPECT_TRUE(ParseInterpolation("nearest", &interpolation, &error));
+  EXPECT_EQ(interpolation, HeightInterpolation::kNearest);
+  EXPECT_TRUE(ParseInterpolation("", &interpolation, &error));
+  EXPECT_EQ(interpolation, HeightInterpolation::kBilinear);
+}
+
 TEST(HeightRequest, RefusesParametersThatMakeNoSense) {
   using Parameters = std::multimap<std::string, std::string>;
   for (const Parameters& parameters :
        {Parameters{}, Parameters{{"locations", "0,0"}, {"samples", "0"}},
         Parameters{{"locations", "0,0"}, {"samples", "10001"}},
         Parameters{{"locations", "0,0"}, {"samples", "two"}},
-        Parameters{{"locations", "0,0"}, {"interpolation", "cubic"}}}) {
+        Parameters{{"locations", "0,0"}, {"interpolation", "bicubic"}}}) {
     HeightRequest request;
     std::string error;
     EXPECT_FALSE(ParseHeightRequest(parameters, &request, &error));
@@ -145,6 +193,9 @@ TEST(HeightRequest, ReadsParametersOutOfJson) {
   EXPECT_EQ(parameters.find("samples")->second, "7");
   ASSERT_TRUE(ReadJsonParameters(R"({"locations":"1,2"})", &parameters, &error));
   EXPECT_EQ(parameters.find("locations")->second, "1,2");
+  ASSERT_TRUE(
+      ReadJsonParameters(R"({"path":[{"latitude":1,"longitude":2}]})", &parameters, &error));
+  EXPECT_EQ(parameters.find("path")->second, "1,2");
 }
 
 TEST(HeightRequest, RefusesABodyThatIsNone) {
