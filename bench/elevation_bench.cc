@@ -12,18 +12,18 @@
 #include <string>
 #include <vector>
 
+#include "apps/command/elevation/awaited_query.h"
 #include "apps/dataset/harbour_town.h"
 #include "apps/service/panorama_service.h"
 #include "spatial/geodesy/elevation_query.h"
 #include "spatial/geodesy/elevation_reply.h"
 #include "spatial/geodesy/elevation_request.h"
-#include "tests/support/awaited_query.h"
 
 namespace {
 
 using nimbara::Vec3;
 using nimbara::spatial::ElevationQuery;
-using pelorin::test_support::AwaitedQuery;
+using pelorin::command::AwaitedQuery;
 
 constexpr int kPoints = 100000;
 constexpr int kMaxUrlLength = 2048;
@@ -105,6 +105,40 @@ std::size_t Discard(char*, std::size_t size, std::size_t count, void*) {
   return size * count;
 }
 
+// Fetches every address, on as many connections as there are handles. False if any fetch failed.
+bool FetchAll(const std::vector<std::string>& urls, CURLM* multi,
+              const std::vector<CURL*>& handles) {
+  std::size_t started = 0;
+  std::size_t ended = 0;
+  bool all_good = true;
+  const auto start_next = [&](CURL* handle) {
+    if (started < urls.size()) {
+      curl_easy_setopt(handle, CURLOPT_URL, urls[started++].c_str());
+      curl_multi_add_handle(multi, handle);
+    }
+  };
+  for (CURL* const handle : handles) {
+    start_next(handle);
+  }
+  while (ended < started) {
+    int running = 0;
+    curl_multi_perform(multi, &running);
+    int left = 0;
+    while (const CURLMsg* const message = curl_multi_info_read(multi, &left)) {
+      CURL* const handle = message->easy_handle;
+      all_good = all_good && message->data.result == CURLE_OK;
+      ++ended;
+      curl_multi_remove_handle(multi, handle);
+      start_next(handle);
+    }
+    // Ends at once where a handle has just been started, which is due without delay.
+    if (running > 0) {
+      curl_multi_poll(multi, nullptr, 0, 100, nullptr);
+    }
+  }
+  return all_good;
+}
+
 // As many connections as the library's network opens to one server.
 void BareCurl(benchmark::State& state) {
   const Service& service = Service::Get();
@@ -114,33 +148,13 @@ void BareCurl(benchmark::State& state) {
   for (int i = 0; i < kWidth; ++i) {
     handles.push_back(curl_easy_init());
     curl_easy_setopt(handles.back(), CURLOPT_WRITEFUNCTION, &Discard);
+    curl_easy_setopt(handles.back(), CURLOPT_FAILONERROR, 1L);
   }
   for (auto _ : state) {
-    std::size_t next = 0;
-    int running = 0;
-    const auto start = [&](CURL* handle) {
-      if (next < service.urls.size()) {
-        curl_easy_setopt(handle, CURLOPT_URL, service.urls[next++].c_str());
-        curl_multi_add_handle(multi, handle);
-      }
-    };
-    for (CURL* const handle : handles) {
-      start(handle);
+    if (!FetchAll(service.urls, multi, handles)) {
+      state.SkipWithError("the answers did not come");
+      break;
     }
-    do {
-      curl_multi_perform(multi, &running);
-      int left = 0;
-      while (CURLMsg* const message = curl_multi_info_read(multi, &left)) {
-        CURL* const handle = message->easy_handle;
-        curl_multi_remove_handle(multi, handle);
-        start(handle);
-        running += next <= service.urls.size() ? 1 : 0;
-      }
-      if (running > 0) {
-        curl_multi_poll(multi, nullptr, 0, 100, nullptr);
-        curl_multi_perform(multi, &running);
-      }
-    } while (running > 0 || next < service.urls.size());
   }
   for (CURL* const handle : handles) {
     curl_easy_cleanup(handle);

@@ -13,19 +13,25 @@
 #include "apps/command/elevation/height_source.h"
 #include "apps/command/elevation/profile.h"
 #include "apps/command/elevation/profile_chart.h"
+#include "apps/command/format_choice.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
+#include "apps/service/height_request.h"
 #include "apps/service/number_text.h"
 
 namespace pelorin {
 namespace command {
 namespace {
 
+constexpr int kMaxSamples = 1000000;
+const std::vector<std::string> kFormats = {"text", "json", "csv", "gpx", "svg", "html"};
+
 struct ElevationFlags {
   HeightSourceFlags source;
   std::vector<std::string> places;
   std::string input;
   std::string track;
+  int samples = 0;  ///< 0: none are wanted.
   std::string format;
   std::string output = "-";
   std::string chart;
@@ -40,27 +46,19 @@ struct Row {
   Outcome outcome = Outcome::Done();
 };
 
-/// `-f` decides, then `--json`, then the name of the file, then it is text.
-Outcome ChooseFormat(const ElevationFlags& flags, std::string* format) {
-  const std::string ending = std::filesystem::path(flags.output).extension().string();
-  const bool is_track = !flags.track.empty();
-  if (!flags.format.empty()) {
-    *format = flags.format;
-  } else if (flags.json) {
-    *format = "json";
-  } else if (flags.output == "-" || ending == ".txt" || ending.empty()) {
-    *format = "text";
-  } else {
-    *format = ending == ".htm" ? "html" : ending.substr(1);
+/// Whether the places follow one another, so that there is something to draw.
+bool IsProfile(const ElevationFlags& flags) {
+  return !flags.track.empty() || flags.samples > 0;
+}
+
+Outcome CheckFormat(const ElevationFlags& flags, const std::string& format) {
+  if (format == "gpx" && flags.track.empty()) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "gpx is made of a track only", "", "give --track");
   }
-  const bool drawn = *format == "gpx" || *format == "svg" || *format == "html";
-  if (*format != "text" && *format != "json" && *format != "csv" && !drawn) {
-    return Outcome::Fail(ExitCode::kWrongUsage, "no format is known by the ending " + ending,
-                         flags.output, "give -f text, json, csv, gpx, svg or html");
-  }
-  if (drawn && !is_track) {
-    return Outcome::Fail(ExitCode::kWrongUsage, *format + " is made of a track only", "",
-                         "give --track");
+  if ((format == "svg" || format == "html") && !IsProfile(flags)) {
+    return Outcome::Fail(ExitCode::kWrongUsage,
+                         format + " is made of a track or of samples along a path", "",
+                         "give --track or --samples");
   }
   return Outcome::Done();
 }
@@ -70,8 +68,9 @@ Outcome CheckChart(const ElevationFlags& flags) {
     return Outcome::Done();
   }
   const std::string ending = std::filesystem::path(flags.chart).extension().string();
-  if (flags.track.empty() || (ending != ".svg" && ending != ".html")) {
-    return Outcome::Fail(ExitCode::kWrongUsage, "a chart is an .svg or .html file made of a track",
+  if (!IsProfile(flags) || (ending != ".svg" && ending != ".html")) {
+    return Outcome::Fail(ExitCode::kWrongUsage,
+                         "a chart is an .svg or .html file made of a track or of --samples",
                          "--chart");
   }
   return CheckMayWrite(flags.chart, flags.overwrite);
@@ -84,7 +83,11 @@ Outcome CheckFlags(const ElevationFlags& flags, std::string* format) {
     return Outcome::Fail(ExitCode::kWrongUsage, "give places, or --input, or --track", "",
                          "see 'pelorin elevation --help'");
   }
-  if (Outcome outcome = ChooseFormat(flags, format); !outcome.ok()) {
+  if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, format);
+      !outcome.ok()) {
+    return outcome;
+  }
+  if (Outcome outcome = CheckFormat(flags, *format); !outcome.ok()) {
     return outcome;
   }
   if (Outcome outcome = CheckChart(flags); !outcome.ok()) {
@@ -178,11 +181,8 @@ std::string RowsCsv(const std::vector<Row>& rows, const std::vector<double>& hei
   return text;
 }
 
-Outcome AnswerRows(const ElevationFlags& flags, const std::string& format, const Session& session) {
-  std::vector<Row> rows;
-  if (Outcome outcome = ReadRows(flags, &rows); !outcome.ok()) {
-    return outcome;
-  }
+Outcome AnswerRows(const ElevationFlags& flags, const std::string& format,
+                   const std::vector<Row>& rows, const Session& session) {
   Profile profile;
   std::vector<LatLng> places;
   std::size_t bad = 0;
@@ -213,6 +213,58 @@ Outcome AnswerRows(const ElevationFlags& flags, const std::string& format, const
                                                             " rows have no place that can be read");
 }
 
+// What all kinds of profiles are written as; the text of a track is another one.
+std::string InFormat(const std::string& format, const Profile& profile) {
+  if (format == "svg") {
+    return ProfileSvg(profile);
+  }
+  if (format == "html") {
+    return ProfileHtml(profile);
+  }
+  return format == "csv" ? ProfileCsv(profile, true) : ProfileJson(profile, true);
+}
+
+Outcome WriteChart(const ElevationFlags& flags, const Profile& profile) {
+  if (flags.chart.empty()) {
+    return Outcome::Done();
+  }
+  const bool page = std::filesystem::path(flags.chart).extension() == ".html";
+  return WriteOutput(flags.chart, flags.overwrite, InFormat(page ? "html" : "svg", profile));
+}
+
+// A path needs all of its places, so a row that cannot be read ends it.
+Outcome AnswerPath(const ElevationFlags& flags, const std::string& format,
+                   const std::vector<Row>& rows, const Session& session) {
+  std::vector<LatLng> corners;
+  for (const Row& row : rows) {
+    if (!row.outcome.ok()) {
+      return Outcome::Fail(ExitCode::kDataError, row.outcome.Line());
+    }
+    corners.push_back(row.place);
+  }
+  if (corners.size() < 2) {
+    return Outcome::Fail(ExitCode::kWrongUsage, "a path has two places or more", "--samples");
+  }
+  const std::vector<LatLng> places = PlacesAlongPath(corners, flags.samples);
+  std::vector<double> heights;
+  if (Outcome outcome = Fetched(flags, places, session, &heights); !outcome.ok()) {
+    return outcome;
+  }
+  Profile profile;
+  profile.title = "From " + rows.front().text + " to " + rows.back().text;
+  std::vector<Row> reached;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    profile.points.push_back({places[i], heights[i], {}, 0, 0.0});
+    reached.push_back({LatLngText(places[i]), places[i], Outcome::Done()});
+  }
+  Measure(&profile);
+  if (Outcome outcome = WriteChart(flags, profile); !outcome.ok()) {
+    return outcome;
+  }
+  return WriteOutput(flags.output, flags.overwrite,
+                     format == "text" ? RowsText(reached, heights) : InFormat(format, profile));
+}
+
 // The tracks and routes of a file; waypoints lie beside them.
 Profile ProfileOf(const ElevationFlags& flags, const GpxTrack& track,
                   const std::vector<double>& heights) {
@@ -227,23 +279,6 @@ Profile ProfileOf(const ElevationFlags& flags, const GpxTrack& track,
   }
   Measure(&profile);
   return profile;
-}
-
-std::string InFormat(const std::string& format, const Profile& profile, GpxTrack* track,
-                     const std::vector<double>& heights) {
-  if (format == "gpx") {
-    return track->WithHeights(heights);
-  }
-  if (format == "svg") {
-    return ProfileSvg(profile);
-  }
-  if (format == "html") {
-    return ProfileHtml(profile);
-  }
-  if (format == "csv") {
-    return ProfileCsv(profile, true);
-  }
-  return format == "json" ? ProfileJson(profile, true) : ProfileText(profile);
 }
 
 Outcome AnswerTrack(const ElevationFlags& flags, const std::string& format,
@@ -267,15 +302,13 @@ Outcome AnswerTrack(const ElevationFlags& flags, const std::string& format,
     return outcome;
   }
   const Profile profile = ProfileOf(flags, track, heights);
-  if (!flags.chart.empty()) {
-    const bool page = std::filesystem::path(flags.chart).extension() == ".html";
-    if (Outcome outcome = WriteOutput(flags.chart, flags.overwrite,
-                                      page ? ProfileHtml(profile) : ProfileSvg(profile));
-        !outcome.ok()) {
-      return outcome;
-    }
+  if (Outcome outcome = WriteChart(flags, profile); !outcome.ok()) {
+    return outcome;
   }
-  return WriteOutput(flags.output, flags.overwrite, InFormat(format, profile, &track, heights));
+  return WriteOutput(flags.output, flags.overwrite,
+                     format == "gpx"    ? track.WithHeights(heights)
+                     : format == "text" ? ProfileText(profile)
+                                        : InFormat(format, profile));
 }
 
 Outcome Elevation(const ElevationFlags& flags, const Session& session) {
@@ -283,8 +316,15 @@ Outcome Elevation(const ElevationFlags& flags, const Session& session) {
   if (Outcome outcome = CheckFlags(flags, &format); !outcome.ok()) {
     return outcome;
   }
-  return flags.track.empty() ? AnswerRows(flags, format, session)
-                             : AnswerTrack(flags, format, session);
+  if (!flags.track.empty()) {
+    return AnswerTrack(flags, format, session);
+  }
+  std::vector<Row> rows;
+  if (Outcome outcome = ReadRows(flags, &rows); !outcome.ok()) {
+    return outcome;
+  }
+  return flags.samples > 0 ? AnswerPath(flags, format, rows, session)
+                           : AnswerRows(flags, format, rows, session);
 }
 
 }  // namespace
@@ -297,22 +337,31 @@ void AddElevationVerb(CLI::App& app, Session& session) {
   verb->add_option("-i,--input", flags->input,
                    "File with a place lat,lng in each line; '-' for standard input")
       ->type_name("FILE");
-  verb->add_option("--track", flags->track, "GPX file whose profile is wanted")->type_name("FILE");
+  CLI::Option* const track =
+      verb->add_option("--track", flags->track, "GPX file whose profile is wanted")
+          ->type_name("FILE");
+  verb->add_option("--samples", flags->samples,
+                   "Heights at this many places instead, 2 to 1000000, at even distances along the "
+                   "path through the places")
+      ->type_name("N")
+      ->check(CLI::Range(2, kMaxSamples).description(""))
+      ->excludes(track);
   verb->add_option("--chart", flags->chart,
-                   "Profile of the track to draw, as .svg or as a page .html")
+                   "Profile of the track or of the samples to draw, as .svg or as a page .html")
       ->type_name("FILE");
   AddHeightSourceFlags(*verb, &flags->source);
   verb->add_option("-f,--format", flags->format,
                    "How it is told; from the file's name otherwise. A GPX file is the track with "
                    "its heights replaced")
-      ->check(CLI::IsMember({"text", "json", "csv", "gpx", "svg", "html"}));
+      ->check(CLI::IsMember(kFormats));
   verb->add_flag("--json", flags->json, "The same as -f json");
   verb->add_option("-o,--output", flags->output,
                    "File to write; '-', the default, for the terminal")
       ->type_name("FILE");
   verb->add_flag("--overwrite", flags->overwrite, "Replace files that are there");
   verb->footer(
-      "Example: pelorin elevation --track walk.gpx --dataset alps.sqlite --chart walk.html");
+      "Examples: pelorin elevation 47.5,-24.5 47.503,-24.506 --samples 200 --chart line.svg\n"
+      "          pelorin elevation --track walk.gpx --dataset alps.sqlite --chart walk.html");
   verb->callback([flags, &session] { session.outcome = Elevation(*flags, session); });
 }
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "apps/command/format_choice.h"
 #include "apps/command/output_file.h"
 #include "apps/command/planets/dates.h"
 #include "apps/command/planets/planets_chart.h"
@@ -21,6 +21,8 @@ constexpr double kMostDates = 1000000.0;
 /// A chart is made whole in memory.
 constexpr std::size_t kMostChartDates = 100000;
 
+const std::vector<std::string> kFormats = {"text", "json", "csv", "svg"};
+
 struct PlanetsFlags {
   std::vector<std::string> bodies;
   std::vector<std::string> at;
@@ -34,24 +36,6 @@ struct PlanetsFlags {
   bool overwrite = false;
   bool json = false;
 };
-
-/// `-f` decides, then `--json`, then the name of the file, then it is text.
-Outcome ChooseFormat(const PlanetsFlags& flags, std::string* format) {
-  const std::string ending = std::filesystem::path(flags.output).extension().string();
-  if (!flags.format.empty()) {
-    *format = flags.format;
-  } else if (flags.json) {
-    *format = "json";
-  } else if (flags.output == "-" || ending == ".txt" || ending.empty()) {
-    *format = "text";
-  } else if (ending == ".json" || ending == ".csv" || ending == ".svg") {
-    *format = ending.substr(1);
-  } else {
-    return Outcome::Fail(ExitCode::kWrongUsage, "no format is known by the ending " + ending,
-                         flags.output, "give -f text, json, csv or svg");
-  }
-  return Outcome::Done();
-}
 
 Outcome ReadRow(const PlanetsFlags& flags, std::vector<double>* dates) {
   double from = 0.0;
@@ -133,7 +117,8 @@ Outcome Planets(const PlanetsFlags& flags, const Session& session) {
   if (Outcome outcome = ReadRequest(flags, &request); !outcome.ok()) {
     return outcome;
   }
-  if (Outcome outcome = ChooseFormat(flags, &format); !outcome.ok()) {
+  if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, &format);
+      !outcome.ok()) {
     return outcome;
   }
   if (format == "svg" && request.dates.size() > kMostChartDates) {
@@ -174,25 +159,29 @@ void AddPlanetsVerb(CLI::App& app, Session& session) {
                    "or now, which it is unless given")
       ->type_name("DATE")
       ->allow_extra_args(false);
-  verb->add_option("--from", flags->from, "First date of a row of dates")->type_name("DATE");
+  CLI::Option* const from =
+      verb->add_option("--from", flags->from, "First date of a row of dates")->type_name("DATE");
   verb->add_option("--to", flags->to, "Last date of the row")->type_name("DATE");
   verb->add_option("--step", flags->step_days, "Days between the dates of the row; 1 unless given")
       ->type_name("DAYS")
-      ->check(CLI::Range(1e-6, 1e7).description(""));
+      ->check(CLI::Range(1e-6, 1e7).description(""))
+      ->needs(from);
   verb->add_option("--relative-to", flags->relative_to, "Body in the centre; the sun unless given")
       ->check(CLI::IsMember(Sky::Names()));
   verb->add_option("--unit", flags->unit,
                    "Unit of lengths; astronomical units unless given; radii are those of the Earth")
       ->check(CLI::IsMember({"au", "km", "radii"}));
   verb->add_option("-f,--format", flags->format, "How it is told; from the file's name otherwise")
-      ->check(CLI::IsMember({"text", "json", "csv", "svg"}));
+      ->check(CLI::IsMember(kFormats));
   verb->add_flag("--json", flags->json, "The same as -f json");
   verb->add_option("-o,--output", flags->output,
                    "File to write; '-', the default, for the terminal")
       ->type_name("FILE");
   verb->add_flag("--overwrite", flags->overwrite, "Replace the file if it is there");
   verb->footer(
-      "Axes: x to the equinox of the date, z to the north pole of the ecliptic of the date.\n\n"
+      "Axes: x to the equinox of the date, z to the north pole of the ecliptic of the date.\n"
+      "Spin grows as the body turns about its axis; roll is the tilt of the axis and 90 "
+      "degrees.\n\n"
       "Example: pelorin planets venus --relative-to earth --from 2022-01-01 --to 2030-01-01\n"
       "         --step 5 -o venus.svg");
   verb->callback([flags, &session] { session.outcome = Planets(*flags, session); });

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "apps/command/format_choice.h"
 #include "apps/command/output_file.h"
 #include "apps/command/pano_source.h"
 #include "apps/command/route_formats.h"
@@ -26,23 +27,7 @@ struct RouteFlags {
   bool json = false;
 };
 
-/// `-f` decides, then `--json`, then the name of the file, then it is text.
-Outcome ChooseFormat(const RouteFlags& flags, std::string* format) {
-  const std::string ending = std::filesystem::path(flags.output).extension().string();
-  if (!flags.format.empty()) {
-    *format = flags.format;
-  } else if (flags.json) {
-    *format = "json";
-  } else if (flags.output == "-" || ending == ".txt" || ending.empty()) {
-    *format = "text";
-  } else if (ending == ".kml" || ending == ".gpx" || ending == ".geojson" || ending == ".json") {
-    *format = ending.substr(1);
-  } else {
-    return Outcome::Fail(ExitCode::kWrongUsage, "no format is known by the ending " + ending,
-                         flags.output, "give -f text, json, kml, gpx or geojson");
-  }
-  return Outcome::Done();
-}
+const std::vector<std::string> kFormats = {"text", "json", "kml", "gpx", "geojson"};
 
 std::string InFormat(const TourReport& report, const std::string& format) {
   if (format == "kml") {
@@ -65,7 +50,8 @@ Outcome Route(const RouteFlags& flags, const Session& session) {
   if (Outcome outcome = ParseEnds(flags.from, flags.to, &request); !outcome.ok()) {
     return outcome;
   }
-  if (Outcome outcome = ChooseFormat(flags, &format); !outcome.ok()) {
+  if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, &format);
+      !outcome.ok()) {
     return outcome;
   }
   if (Outcome outcome = CheckMayWrite(flags.output, flags.overwrite); !outcome.ok()) {
@@ -92,7 +78,7 @@ void AddRouteVerb(CLI::App& app, Session& session) {
       ->check(CLI::Range(1, 1000000).description(""));
   AddPanoSourceFlags(*verb, &flags->source);
   verb->add_option("-f,--format", flags->format, "How it is told; from the file's name otherwise")
-      ->check(CLI::IsMember({"text", "json", "kml", "gpx", "geojson"}));
+      ->check(CLI::IsMember(kFormats));
   verb->add_flag("--json", flags->json, "The same as -f json");
   verb->add_option("-o,--output", flags->output,
                    "File to write; '-', the default, for the terminal")

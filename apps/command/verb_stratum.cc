@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/command/coordinates.h"
+#include "apps/command/format_choice.h"
 #include "apps/command/octants.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
@@ -17,6 +17,7 @@ namespace command {
 namespace {
 
 constexpr int kMostOctants = 10000;
+const std::vector<std::string> kFormats = {"text", "json", "kml"};
 
 struct StratumFlags {
   std::optional<int> level;
@@ -33,18 +34,6 @@ struct StratumFlags {
   std::string output = "-";
   bool overwrite = false;
 };
-
-/// `-f` decides, then `--json`, then the name of the file, then it is text.
-std::string ChooseFormat(const StratumFlags& flags) {
-  const std::string ending = std::filesystem::path(flags.output).extension().string();
-  if (!flags.format.empty()) {
-    return flags.format;
-  }
-  if (flags.json || ending == ".json") {
-    return "json";
-  }
-  return ending == ".kml" ? "kml" : "text";
-}
 
 Outcome WrongUsage(const std::string& what) {
   return Outcome::Fail(ExitCode::kWrongUsage, what, "", "see 'pelorin stratum --help'");
@@ -110,6 +99,11 @@ Outcome Find(const StratumFlags& flags, std::vector<Octant>* octants) {
 }
 
 Outcome Stratum(const StratumFlags& flags) {
+  std::string format;
+  if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, &format);
+      !outcome.ok()) {
+    return outcome;
+  }
   if (Outcome outcome = CheckMayWrite(flags.output, flags.overwrite); !outcome.ok()) {
     return outcome;
   }
@@ -117,7 +111,6 @@ Outcome Stratum(const StratumFlags& flags) {
   if (Outcome outcome = Find(flags, &octants); !outcome.ok()) {
     return outcome;
   }
-  const std::string format = ChooseFormat(flags);
   if (format == "kml") {
     const bool any_box = std::any_of(octants.begin(), octants.end(), [](const Octant& octant) {
       return octant.cell && octant.cell->is_on_globe;
@@ -157,7 +150,7 @@ void AddStratumVerb(CLI::App& app, Session& session) {
   verb->add_option("--from", flags->from_m, "Lower end of the range")->type_name("METRES");
   verb->add_option("--to", flags->to_m, "Upper end of the range")->type_name("METRES");
   verb->add_option("-f,--format", flags->format, "How it is told; from the file's name otherwise")
-      ->check(CLI::IsMember({"text", "json", "kml"}));
+      ->check(CLI::IsMember(kFormats));
   verb->add_flag("--json", flags->json, "The same as -f json");
   verb->add_option("-o,--output", flags->output,
                    "File to write; '-', the default, for the terminal")

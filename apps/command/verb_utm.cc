@@ -4,11 +4,12 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "apps/command/coordinates.h"
+#include "apps/command/format_choice.h"
 #include "apps/command/line_reader.h"
 #include "apps/command/output_file.h"
 #include "apps/command/utm_formats.h"
@@ -18,6 +19,8 @@
 namespace pelorin {
 namespace command {
 namespace {
+
+const std::vector<std::string> kFormats = {"text", "json", "csv"};
 
 struct UtmFlags {
   std::string point;
@@ -30,20 +33,8 @@ struct UtmFlags {
   bool overwrite = false;
 };
 
-/// `-f` decides, then `--json`, then the name of the file, then it is text.
-UtmFormat ChooseFormat(const UtmFlags& flags) {
-  const std::string ending = std::filesystem::path(flags.output).extension().string();
-  if (flags.format.empty() && !flags.json) {
-    return ending == ".csv"                          ? UtmFormat::kCsv
-           : ending == ".json" || ending == ".jsonl" ? UtmFormat::kJson
-                                                     : UtmFormat::kText;
-  }
-  if (flags.format.empty()) {
-    return UtmFormat::kJson;
-  }
-  return flags.format == "csv"    ? UtmFormat::kCsv
-         : flags.format == "json" ? UtmFormat::kJson
-                                  : UtmFormat::kText;
+UtmFormat FormatOfName(const std::string& name) {
+  return name == "csv" ? UtmFormat::kCsv : name == "json" ? UtmFormat::kJson : UtmFormat::kText;
 }
 
 Outcome Convert(const std::string& text, const std::string& where, const UtmFlags& flags,
@@ -58,20 +49,19 @@ Outcome Convert(const std::string& text, const std::string& where, const UtmFlag
   return UtmFromPlace(place, flags.zone, point);
 }
 
-Outcome ConvertOne(const UtmFlags& flags) {
+Outcome ConvertOne(const UtmFlags& flags, UtmFormat format) {
   UtmPoint point;
   if (Outcome outcome = Convert(flags.point, "", flags, &point); !outcome.ok()) {
     return outcome;
   }
-  return WriteOutput(flags.output, flags.overwrite,
-                     UtmAnswer(point, ChooseFormat(flags), flags.to_place));
+  return WriteOutput(flags.output, flags.overwrite, UtmAnswer(point, format, flags.to_place));
 }
 
 /// Answers the lines one by one; a bad one is told on standard error and gets a row of its own.
 class UtmFilter {
  public:
-  UtmFilter(const UtmFlags& flags, const Session& session)
-      : flags_(flags), format_(ChooseFormat(flags)), session_(session) {}
+  UtmFilter(const UtmFlags& flags, UtmFormat format, const Session& session)
+      : flags_(flags), format_(format), session_(session) {}
 
   Outcome Run() {
     if (Outcome outcome = lines_.Open(flags_.input); !outcome.ok()) {
@@ -139,10 +129,16 @@ Outcome Utm(const UtmFlags& flags, const Session& session) {
     return Outcome::Fail(ExitCode::kWrongUsage, "--zone is for points in degrees", "",
                          "leave it out with --reverse, where the text names the zone");
   }
+  std::string name;
+  if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, &name);
+      !outcome.ok()) {
+    return outcome;
+  }
   if (Outcome outcome = CheckMayWrite(flags.output, flags.overwrite); !outcome.ok()) {
     return outcome;
   }
-  return flags.point.empty() ? UtmFilter(flags, session).Run() : ConvertOne(flags);
+  const UtmFormat format = FormatOfName(name);
+  return flags.point.empty() ? UtmFilter(flags, format, session).Run() : ConvertOne(flags, format);
 }
 
 }  // namespace
@@ -164,7 +160,7 @@ void AddUtmVerb(CLI::App& app, Session& session) {
       ->type_name("N")
       ->check(CLI::Range(1, 60).description(""));
   verb->add_option("-f,--format", flags->format, "How it is told; from the file's name otherwise")
-      ->check(CLI::IsMember({"text", "json", "csv"}));
+      ->check(CLI::IsMember(kFormats));
   verb->add_flag("--json", flags->json, "The same as -f json");
   verb->add_option("-o,--output", flags->output,
                    "File to write; '-', the default, for the terminal")

@@ -3,13 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <QUrl>
+#include <QUrlQuery>
 #include <algorithm>
-#include <condition_variable>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 
+#include "apps/command/elevation/awaited_query.h"
 #include "apps/command/pano_source.h"
+#include "apps/service/height_request.h"
 #include "host/reference/network_shutdown.h"
 #include "spatial/geodesy/elevation_query.h"
 
@@ -24,28 +25,6 @@ constexpr std::size_t kPlacesAtATime = 20000;
 constexpr std::size_t kMaxKeyBytes = 4096;
 constexpr char kServicePath[] = "/elevation/";
 
-/// A query that a thread can wait for.
-class AwaitedQuery final : public ElevationQuery {
- public:
-  ~AwaitedQuery() override { DoCancelFetch(kCancelled); }
-
-  void FetchDone() override {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    done_ = true;
-    changed_.notify_all();
-  }
-  /// Only for a query that has sent something.
-  void Await() {
-    std::unique_lock<std::mutex> hold(mutex_);
-    changed_.wait(hold, [this] { return done_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool done_ = false;
-};
-
 Outcome BaseUrl(const std::string& text, std::string* base) {
   QUrl url(QString::fromStdString(text), QUrl::StrictMode);
   const bool is_http = url.scheme() == "http" || url.scheme() == "https";
@@ -58,6 +37,17 @@ Outcome BaseUrl(const std::string& text, std::string* base) {
   }
   *base = url.toString(QUrl::FullyEncoded).toStdString();
   return Outcome::Done();
+}
+
+// Queries keep the items that the address of the service has, and sign them.
+QUrl WithInterpolation(QUrl url, const HeightSourceFlags& flags) {
+  if (!flags.interpolation.empty()) {
+    QUrlQuery query(url);
+    query.addQueryItem(QStringLiteral("interpolation"),
+                       QString::fromStdString(flags.interpolation));
+    url.setQuery(query);
+  }
+  return url;
 }
 
 Outcome OutcomeOf(ElevationQuery::State state, const std::string& url) {
@@ -90,6 +80,10 @@ void AddHeightSourceFlags(CLI::App& verb, HeightSourceFlags* flags) {
       ->excludes(dataset);
   verb.add_option("--key", flags->key_file, "File with the key that requests are signed with")
       ->type_name("FILE");
+  verb.add_option("--interpolation", flags->interpolation,
+                  "How heights between samples are found; bilinear otherwise. Other services may "
+                  "pass it over")
+      ->check(CLI::IsMember(InterpolationNames()));
 }
 
 Outcome ReadKeyFile(const std::string& path, std::string* key) {
@@ -127,7 +121,7 @@ Outcome HeightSource::Open(const HeightSourceFlags& flags, const Session& sessio
   const Outcome outcome =
       flags.server.empty() ? StartService(flags, key) : BaseUrl(flags.server, &url_);
   if (outcome.ok()) {
-    ElevationQuery::s_url_ = QUrl(QString::fromStdString(url_));
+    ElevationQuery::s_url_ = WithInterpolation(QUrl(QString::fromStdString(url_)), flags);
     session.TellDetail("asking " + url_);
   }
   return outcome;

@@ -21,12 +21,13 @@ namespace command {
 
 /// Where heights come from, as it stands on the command line.
 struct HeightSourceFlags {
-  std::string dataset;   ///< A file, or "town".
-  std::string server;    ///< A URL; at most one of the two is given. Neither: the town.
-  std::string key_file;  ///< Holds the key of the service; empty: the development key.
+  std::string dataset;        ///< A file, or "town".
+  std::string server;         ///< A URL; at most one of the two is given. Neither: the town.
+  std::string key_file;       ///< Holds the key of the service; empty: the development key.
+  std::string interpolation;  ///< Its name, or empty for the service's own.
 };
 
-/// `--dataset`, `--server` and `--key`. `flags` outlives the parsing.
+/// `--dataset`, `--server`, `--key` and `--interpolation`. `flags` outlives the parsing.
 void AddHeightSourceFlags(CLI::App& verb, HeightSourceFlags* flags);
 
 /// Reads the key of a deployment: all bytes of a file but for line ends at its end. Fails with a

@@ -19,7 +19,7 @@ struct ProfilePoint {
   double distance_m = 0.0;           ///< Along the stretches from the start, gaps not counted.
 };
 
-/// The heights along a track, and what they come to.
+/// The heights along a track or another path, and what they come to.
 struct Profile {
   std::string title;
   std::vector<ProfilePoint> points;

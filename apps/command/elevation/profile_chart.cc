@@ -102,7 +102,7 @@ std::string Grid(const Scale& scale) {
   }
   return svg +
          TextAt(kWidth - kRight, kHeight - 8.0, "end", "tick",
-                in_km ? "km along the track" : "m along the track") +
+                in_km ? "km from the start" : "m from the start") +
          TextAt(kLeft - 8.0, kTop - 12.0, "end", "tick", "m");
 }
 
@@ -242,7 +242,7 @@ std::string MapSvg(const Profile& profile) {
   const double low = profile.points[profile.lowest].height_m;
   const double range = std::max(1.0, profile.points[profile.highest].height_m - low);
   std::string svg = "<svg id=\"map\" viewBox=\"0 0 " + At(kMapSide) + " " + At(kMapSide) +
-                    "\" role=\"img\" aria-label=\"The track from above\">\n";
+                    "\" role=\"img\" aria-label=\"The way from above\">\n";
   for (std::size_t i = 1; i < profile.points.size(); ++i) {
     if (profile.points[i].line != profile.points[i - 1].line) {
       continue;

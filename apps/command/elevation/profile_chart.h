@@ -8,8 +8,8 @@
 namespace pelorin {
 namespace command {
 
-/// The profile of a measured track as a drawing of its own: height over distance, with what the
-/// track itself says as a dashed line. `profile` has at least one point.
+/// The profile of a measured track or path as a drawing of its own: height over distance, with what
+/// the track itself says as a dashed line. `profile` has at least one point.
 std::string ProfileSvg(const Profile& profile);
 
 /// The same on a page that needs no network: the figures, the profile, which is read off under the

@@ -115,18 +115,22 @@ std::vector<ChartPanel> Panels(const std::vector<ChartBody>& bodies, const std::
   return panels;
 }
 
-// The two widest large, the inner one on the left; the others small in the right column.
+// The two widest large, the inner one on the left; the others small in the right column. The large
+// ones stand in the middle unless two of them share the width with that.
 void Place(std::vector<ChartPanel>* panels, const std::string& centre) {
   const std::size_t nested = static_cast<std::size_t>(
       std::count_if(panels->begin(), panels->end(),
                     [&centre](const ChartPanel& panel) { return panel.centre == centre; }));
   const std::size_t large = std::max<std::size_t>(std::min<std::size_t>(nested, 2), 1);
+  constexpr double kColumn = kLarge + 16.0;
+  const double width = static_cast<double>(large) * kColumn - 16.0;
+  const bool is_full = large == 2 && panels->size() > large;
+  const double left = is_full ? kMargin : (kWidth - width) / 2.0;
   double small_top = kTop;
   for (std::size_t i = 0; i < panels->size(); ++i) {
     ChartPanel& panel = (*panels)[i];
     if (i < large) {
-      const double column = large == 2 ? (i == 0 ? 1.0 : 0.0) : 0.5;
-      panel.left_px = kMargin + column * (kLarge + 16.0);
+      panel.left_px = left + static_cast<double>(large - 1 - i) * kColumn;
       panel.top_px = kTop;
       panel.size_px = kLarge;
       panel.title = large == 1 ? "around the " + panel.centre

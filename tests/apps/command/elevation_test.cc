@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "tests/apps/command/command_runner.h"
 
@@ -110,6 +111,66 @@ TEST_F(ElevationCommand, DrawsTheProfile) {
       << "nothing is loaded from anywhere";
 }
 
+TEST_F(ElevationCommand, SpreadsSamplesAlongAPath) {
+  const CommandRun run =
+      RunPelorin({"elevation", "47.5,-24.5", "47.501,-24.5", "47.503,-24.5", "--samples", "4"});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  std::istringstream lines(run.out);
+  for (const char* const place : {"47.5000000", "47.5010000", "47.5020000", "47.5030000"}) {
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line));
+    EXPECT_EQ(line.rfind(std::string(place) + ",-24.5000000\t", 0), 0u) << line;
+  }
+  const json answer = json::parse(
+      RunPelorin({"elevation", "47.5,-24.5", "47.503,-24.5", "--samples", "4", "--json"}).out);
+  ASSERT_EQ(answer["points"].size(), 4u);
+  EXPECT_EQ(answer["title"], "From 47.5,-24.5 to 47.503,-24.5");
+  EXPECT_NEAR(answer["length_m"], 333.6, 0.2);
+  EXPECT_NEAR(answer["points"][1]["distance_m"], 111.2, 0.1);
+  // The same heights as asked for one by one.
+  for (const json& point : answer["points"]) {
+    const std::string place = point["lat"].dump() + "," + point["lng"].dump();
+    EXPECT_EQ(json::parse(RunPelorin({"elevation", place, "--json"}).out)["points"][0]["height_m"],
+              point["height_m"]);
+  }
+}
+
+TEST_F(ElevationCommand, DrawsTheSamplesOfAPath) {
+  Write(Path("places.txt"), "47.5,-24.5\n47.5015,-24.5038\n");
+  const CommandRun run = RunPelorin({"elevation", "-i", Path("places.txt"), "--samples", "50", "-f",
+                                     "csv", "--chart", Path("p.svg")});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(run.out.rfind("lat,lng,height_m,distance_m,", 0), 0u) << run.out;
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 51);
+  EXPECT_NE(Content(Path("p.svg")).find("From 47.5,-24.5 to 47.5015,-24.5038"), std::string::npos);
+}
+
+TEST_F(ElevationCommand, FollowsNoPathWithAGap) {
+  Write(Path("places.txt"), "47.5,-24.5\nnowhere\n47.501,-24.501\n");
+  const CommandRun run = RunPelorin({"elevation", "-i", Path("places.txt"), "--samples", "5"});
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_NE(run.err.find("line 2"), std::string::npos) << run.err;
+}
+
+TEST_F(ElevationCommand, InterpolatesAsItIsTold) {
+  const auto height = [this](const std::vector<std::string>& more) {
+    std::vector<std::string> line = {"elevation", "47.50148,-24.50377", "--json"};
+    line.insert(line.end(), more.begin(), more.end());
+    const CommandRun run = RunPelorin(line);
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    return json::parse(run.out)["points"][0]["height_m"].get<double>();
+  };
+  const double bilinear = height({"--interpolation", "bilinear"});
+  EXPECT_EQ(height({}), bilinear);
+  const double cubic = height({"--interpolation", "cubic"});
+  const double nearest = height({"--interpolation", "nearest"});
+  EXPECT_NE(cubic, bilinear);
+  EXPECT_NE(nearest, bilinear);
+  EXPECT_NEAR(cubic, bilinear, 1.0);
+  EXPECT_NEAR(nearest, bilinear, 5.0);
+}
+
 TEST_F(ElevationCommand, AsksAServiceUnderItsKey) {
   Write(Path("key"), "of the deployment\n");
   Write(Path("other"), "another\n");
@@ -166,6 +227,11 @@ TEST_F(ElevationCommand, AnswersCode2ForWhatMakesNoSense) {
            {"elevation", "95,2"},
            {"elevation", "1,2", "-o", Path("a.gpx")},
            {"elevation", "1,2", "--chart", Path("a.svg")},
+           {"elevation", "1,2", "3,4", "--samples", "1"},
+           {"elevation", "1,2", "--samples", "5"},
+           {"elevation", "--track", track, "--samples", "5"},
+           {"elevation", "1,2", "3,4", "--samples", "5", "-o", Path("a.gpx")},
+           {"elevation", "1,2", "--interpolation", "bicubic"},
            {"elevation", "--track", track, "--chart", Path("a.png")},
            {"elevation", "--track", track, "-o", track},
            {"elevation", "1,2", "--server", "ftp://service.example"}}) {

@@ -146,6 +146,7 @@ TEST_F(Planets, RefusesWhatMakesNoSense) {
       {"planets", "--from", "2024-01-01", "--to", "2034-01-01", "--step", "0.03", "-f", "svg"},
       {"planets", "--unit", "miles"},
       {"planets", "-f", "png"},
+      {"planets", "--step", "5"},
       {"planets", "-o", Path("sky.png")}};
   for (const std::vector<std::string>& line : lines) {
     const CommandRun run = RunPelorin(line);
@@ -193,6 +194,7 @@ TEST_F(Planets, DrawsTheWaysOfARowOfDates) {
   EXPECT_EQ(CountOf("class=\"way\"", svg), 1u);
   EXPECT_EQ(CountOf("class=\"north\"", svg), 0u);
   EXPECT_NE(svg.find("585 dates"), std::string::npos);
+  EXPECT_NE(svg.find("class=\"rim\" cx=\"800\""), std::string::npos) << "in the middle";
 }
 
 TEST_F(Planets, DrawsAChartAroundEveryBodyAndWarnsOnIt) {

@@ -120,6 +120,11 @@ TEST_F(StratumVerb, DrawsBoxesThatAnotherReaderUnderstands) {
   EXPECT_EQ(faces, 6 * octants.size());
 }
 
+TEST_F(StratumVerb, WritesNoTextUnderTheNameOfAnotherFormat) {
+  EXPECT_EQ(RunPelorin({"stratum", "--path", "034", "-o", Path("a.csv")}).exit_code, 2);
+  EXPECT_TRUE(Files().empty());
+}
+
 TEST_F(StratumVerb, DrawsNothingBeyondThePole) {
   EXPECT_TRUE(Told({"--path", "22"})[0]["bbox"].is_null());
   EXPECT_EQ(RunPelorin({"stratum", "--path", "22", "-f", "kml"}).exit_code, 3);

@@ -90,6 +90,11 @@ TEST_F(UtmVerb, FindsNothingWhereUtmEnds) {
   EXPECT_EQ(RunPelorin({"utm", "-r", "33T 1e300 1e300"}).exit_code, 3);
 }
 
+TEST_F(UtmVerb, WritesNoTextUnderTheNameOfAnotherFormat) {
+  EXPECT_EQ(RunPelorin({"utm", "42,12.5", "-o", Path("a.kml")}).exit_code, 2);
+  EXPECT_TRUE(Files().empty());
+}
+
 TEST_F(UtmVerb, RefusesTextThatIsNoUtmPoint) {
   for (const char* text :
        {"33T", "33T 1", "33T 1 2 3", "33T 1 m N 2 m N", "33T 1 2 m S", "61T 1 2", "0T 1 2",

@@ -9,20 +9,20 @@
 #include <thread>
 #include <vector>
 
+#include "apps/command/elevation/awaited_query.h"
 #include "apps/dataset/harbour_town.h"
 #include "apps/service/panorama_service.h"
 #include "host/reference/network_options.h"
 #include "host/reference/network_shutdown.h"
 #include "spatial/geodesy/elevation_query.h"
-#include "tests/support/awaited_query.h"
 #include "tests/support/heap_snapshot.h"
 
 namespace pelorin {
 namespace {
 
+using command::AwaitedQuery;
 using nimbara::Vec3;
 using nimbara::spatial::ElevationQuery;
-using test_support::AwaitedQuery;
 
 class ElevationPipeline : public testing::Test {
  protected:
@@ -65,7 +65,7 @@ class ElevationPipeline : public testing::Test {
     }
     query_ = std::make_unique<AwaitedQuery>();
     query_->Construct(points.data(), count, 512, 2048);
-    ASSERT_TRUE(query_->Await());
+    ASSERT_TRUE(query_->AwaitFor(std::chrono::seconds(60)));
   }
 
   const nimbara::test_support::HeapSnapshot before_;

@@ -8,9 +8,10 @@
 #include "spatial/geodesy/elevation_query.h"
 
 namespace pelorin {
-namespace test_support {
+namespace command {
 
-/// An elevation query whose end a thread can wait for.
+/// An elevation query whose end a thread can wait for. Only for one that has sent something: there
+/// is no other end.
 class AwaitedQuery final : public nimbara::spatial::ElevationQuery {
  public:
   ~AwaitedQuery() override { DoCancelFetch(kCancelled); }
@@ -20,10 +21,14 @@ class AwaitedQuery final : public nimbara::spatial::ElevationQuery {
     done_ = true;
     changed_.notify_all();
   }
-  /// False if the query has not ended within a minute.
-  bool Await() {
+  void Await() {
     std::unique_lock<std::mutex> hold(mutex_);
-    return changed_.wait_for(hold, std::chrono::seconds(60), [this] { return done_; });
+    changed_.wait(hold, [this] { return done_; });
+  }
+  /// False if the query has not ended within `limit`.
+  bool AwaitFor(std::chrono::seconds limit) {
+    std::unique_lock<std::mutex> hold(mutex_);
+    return changed_.wait_for(hold, limit, [this] { return done_; });
   }
 
  private:
@@ -32,5 +37,5 @@ class AwaitedQuery final : public nimbara::spatial::ElevationQuery {
   bool done_ = false;
 };
 
-}  // namespace test_support
+}  // namespace command
 }  // namespace pelorin
