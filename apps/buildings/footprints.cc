@@ -100,8 +100,8 @@ class Reader {
   }
 
   static bool IsPart(const Json& properties) {
-    const std::string part = Text(properties, "building:part");
-    return !part.empty() && part != "no" && Text(properties, "building").empty();
+    const std::string part = GeoJsonText(properties, "building:part");
+    return !part.empty() && part != "no" && GeoJsonText(properties, "building").empty();
   }
 
   double HeightOf(const Json& properties) {
