@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "apps/dataset/panorama_maps.h"
@@ -140,6 +142,22 @@ TEST(ImageTile, HasNoCommentWithoutADate) {
 
 TEST(ImageTile, IsTheSameAtEveryCall) {
   EXPECT_EQ(DrawImageTile(StreetRecord(), {1, 1, 0}), DrawImageTile(StreetRecord(), {1, 1, 0}));
+}
+
+TEST(ImageTile, IsTheSameFromManyThreadsAtOnce) {
+  const PanoRecord record = StreetRecord();
+  const std::string alone = DrawImageTile(record, {2, 1, 1});
+  std::array<std::string, 4> drawn;
+  std::vector<std::thread> threads;
+  for (std::string& tile : drawn) {
+    threads.emplace_back([&record, &tile] { tile = DrawImageTile(record, {2, 1, 1}); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const std::string& tile : drawn) {
+    EXPECT_EQ(tile, alone);
+  }
 }
 
 TEST(ViewScene, HasTheWallsOfTheDepthMap) {
