@@ -14,6 +14,9 @@ using Kind = GeoJsonShape::Kind;
 // Collections in collections; nobody nests deeper, and the walk below is recursive.
 constexpr int kMaxDepth = 32;
 
+// Of one feature, or of all that is no feature; some hundreds of megabytes in memory.
+constexpr std::size_t kMaxValues = 5000000;
+
 const Json kNothing;
 
 const Json& Member(const Json& object, const char* key) {
@@ -67,6 +70,13 @@ class Walk {
     return type == "Feature" ? VisitFeature(value, depth) : TellGeometry(type, value, properties);
   }
 
+  // The same for an entry of the list `key`, which may be anything.
+  void VisitEntry(const char* key, const Json& entry, const Json& properties, int depth) {
+    if (!Visit(entry, properties, depth)) {
+      handlers_.on_warning("an entry of \"" + std::string(key) + "\" is no GeoJSON object");
+    }
+  }
+
  private:
   bool VisitAll(const Json& object, const char* key, const Json& properties, int depth) {
     const Json& list = Member(object, key);
@@ -74,9 +84,7 @@ class Walk {
       return false;
     }
     for (const Json& item : list) {
-      if (!Visit(item, properties, depth + 1)) {
-        handlers_.on_warning("an entry of \"" + std::string(key) + "\" is no GeoJSON object");
-      }
+      VisitEntry(key, item, properties, depth + 1);
     }
     return true;
   }
@@ -121,23 +129,63 @@ class Walk {
   std::string name_ = "geometry";
 };
 
+struct TooManyValues {};
+
+// Tells of the entries of the outermost "features" as each ends, and lets it go: what the text
+// holds is many times its size in memory. "type" may stand behind the list, so the name has to do.
+class Entries {
+ public:
+  explicit Entries(Walk* walk) : walk_(walk) {}
+
+  // False for a value that need not be kept.
+  bool On(int depth, Json::parse_event_t event, const Json& parsed) {
+    using Event = Json::parse_event_t;
+    if (event == Event::key) {
+      is_features_ = depth == 1 ? parsed == "features" : is_features_;
+      return true;
+    }
+    const bool is_end = event == Event::object_end || event == Event::array_end;
+    if (!is_end && ++values_ > kMaxValues) {
+      throw TooManyValues();
+    }
+    if (!is_features_ || depth != 2 || !(is_end || event == Event::value)) {
+      return true;
+    }
+    walk_->VisitEntry("features", parsed, kNothing, 1);
+    values_ = 0;
+    return false;
+  }
+
+ private:
+  Walk* walk_;
+  bool is_features_ = false;
+  std::size_t values_ = 0;
+};
+
 }  // namespace
 
 bool ReadGeoJson(std::string_view text, const GeoJsonHandlers& handlers, std::string* attribution,
                  std::string* error) {
+  Walk walk(handlers);
+  Entries entries(&walk);
   Json document;
   try {
-    document = Json::parse(text);
+    document = Json::parse(text, [&entries](int depth, Json::parse_event_t event, Json& parsed) {
+      return entries.On(depth, event, parsed);
+    });
   } catch (const Json::parse_error& fault) {
     *error = PlaceOf(text, fault.byte) + "not JSON, or damaged";
     return false;
   } catch (const Json::out_of_range& fault) {
     *error = NumberFault(text, fault.what());
     return false;
+  } catch (const TooManyValues&) {
+    *error = "more than " + std::to_string(kMaxValues) + " values in one piece; cut it into parts";
+    return false;
   }
   *attribution =
       GeoJsonText(document, document.contains("attribution") ? "attribution" : "copyright");
-  if (!Walk(handlers).Visit(document, kNothing, 0)) {
+  if (!walk.Visit(document, kNothing, 0)) {
     *error = "JSON, but not GeoJSON";
     return false;
   }

@@ -35,9 +35,11 @@ struct GeoJsonHandlers {
 };
 
 /// Walks through a GeoJSON text: any object, collections nested up to 32 deep. `*attribution`
-/// becomes what the text says about its makers, often nothing. False, with one line in `*error`
-/// (line and byte where they are known), for a text that is no GeoJSON; of one that is JSON some
-/// shapes may have been told of by then. What the handlers throw passes through.
+/// becomes what the text says about its makers, often nothing. The entries of the outermost
+/// "features" are in memory one at a time. False, with one line in `*error` (line and byte where
+/// they are known), for a text that is no GeoJSON, and for more than five million values in one
+/// feature or outside of all; some shapes may have been told of by then. What the handlers throw
+/// passes through.
 bool ReadGeoJson(std::string_view text, const GeoJsonHandlers& handlers, std::string* attribution,
                  std::string* error);
 

@@ -10,7 +10,7 @@ namespace pelorin {
 
 namespace {
 
-// A document in memory takes some ten times its text.
+// The text is in memory whole.
 constexpr std::size_t kMaxBytes = std::size_t{1} << 29;
 
 std::string ReadText(const std::string& path, StreetSource* source) {
