@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "util/coding/varint.h"
 
+#include "base/little_endian.h"
 #include "util/coding/bits.h"
 
 namespace {
@@ -55,6 +56,57 @@ const char* Parse(const char* p, Number* v) {
   return nullptr;
 }
 
+// How long a number is cannot be foreseen, so nothing below branches on one length alone: stores
+// that overlap cover each of them exactly.
+
+// A seventh of the number's bits, rounded up; without a division that way.
+int Length(std::uint64_t v) {
+  return (9 * (64 - __builtin_clzll(v)) + 64) >> 6;
+}
+
+// The groups of the low 56 bits, each in a byte of its own.
+std::uint64_t Spread(std::uint64_t v) {
+  v = (v & 0x000000000FFFFFFF) | (v & 0x00FFFFFFF0000000) << 4;
+  v = (v & 0x00003FFF00003FFF) | (v & 0x0FFFC0000FFFC000) << 2;
+  return (v & 0x007F007F007F007F) | (v & 0x3F803F803F803F80) << 1;
+}
+
+// Those as a varint of `length` bytes, 1 to 8: all but the last have the top bit.
+std::uint64_t SpreadVarint(std::uint64_t v, int length) {
+  return Spread(v) | (0x8080808080808080 & ((std::uint64_t{1} << 8 * (length - 1)) - 1));
+}
+
+// `v` has 8 to 35 bits.
+char* StoreUpToFive(char* p, std::uint64_t v) {
+  const int length = Length(v);
+  const std::uint64_t word = SpreadVarint(v, length);
+  const int middle = length / 2;
+  const int tail = length - 2;
+  StoreLittleEndian(static_cast<std::uint16_t>(word), p);
+  p[middle] = ToChar(static_cast<std::uint32_t>(word >> 8 * middle));
+  StoreLittleEndian(static_cast<std::uint16_t>(word >> 8 * tail), p + tail);
+  return p + length;
+}
+
+// `v` has 36 bits or more.
+char* StoreSixAndMore(char* p, std::uint64_t v) {
+  const std::uint64_t rest = v >> 56;
+  if (rest == 0) {
+    const int length = Length(v);
+    const std::uint64_t word = SpreadVarint(v, length);
+    StoreLittleEndian(static_cast<std::uint32_t>(word), p);
+    StoreLittleEndian(static_cast<std::uint32_t>(word >> 8 * (length - 4)), p + length - 4);
+    return p + length;
+  }
+  StoreLittleEndian(Spread(v) | 0x8080808080808080, p);
+  p[8] = ToChar(static_cast<std::uint32_t>(rest));
+  if (rest < kMore) {
+    return p + 9;
+  }
+  p[9] = 1;
+  return p + 10;
+}
+
 const char* SkipBackward(const char* p, const char* base, int max_bytes) {
   if (p <= base || HasMore(p - 1)) {
     return nullptr;
@@ -82,36 +134,22 @@ void Decode(const char* first, const char* end, Number* v) {
 
 constexpr std::array<unsigned char, 33> Varint::length32_bytes_required = MakeLengths();
 
+// Most numbers that are not of one byte are of two, which is soon foreseen.
 char* Varint::Encode32Long(char* p, std::uint32_t v) {
   if (v <= 0x3FFF) {
-    *p++ = ToChar(v | kMore);
-    *p++ = ToChar(v >> 7);
-  } else if (v <= 0x1FFFFF) {
-    *p++ = ToChar(v | kMore);
-    *p++ = ToChar((v >> 7) | kMore);
-    *p++ = ToChar(v >> 14);
-  } else if (v <= 0xFFFFFFF) {
-    *p++ = ToChar(v | kMore);
-    *p++ = ToChar((v >> 7) | kMore);
-    *p++ = ToChar((v >> 14) | kMore);
-    *p++ = ToChar(v >> 21);
-  } else {
-    *p++ = ToChar(v | kMore);
-    *p++ = ToChar((v >> 7) | kMore);
-    *p++ = ToChar((v >> 14) | kMore);
-    *p++ = ToChar((v >> 21) | kMore);
-    *p++ = ToChar(v >> 28);
+    p[0] = ToChar(v | kMore);
+    p[1] = ToChar(v >> 7);
+    return p + 2;
   }
-  return p;
+  return StoreUpToFive(p, v);
 }
 
-// A loop: a choice by length first costs one more branch that cannot be foreseen.
 char* Varint::Encode64(char* p, std::uint64_t v) {
-  for (; v >= kMore; v >>= 7) {
-    *p++ = ToChar(static_cast<std::uint32_t>(v) | kMore);
+  if (v < kMore) {
+    *p = ToChar(static_cast<std::uint32_t>(v));
+    return p + 1;
   }
-  *p++ = ToChar(static_cast<std::uint32_t>(v));
-  return p;
+  return v < std::uint64_t{1} << 35 ? StoreUpToFive(p, v) : StoreSixAndMore(p, v);
 }
 
 const char* Varint::Parse32Fallback(const char* p, std::uint32_t* v) {

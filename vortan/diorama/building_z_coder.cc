@@ -31,7 +31,7 @@ constexpr int kMinimumLimit = 1 << 30;
 constexpr int kMaxWidth = 31;
 
 double Factor(int point_bits) {
-  const double factor = std::pow(2.0, point_bits);
+  const double factor = std::ldexp(1.0, point_bits);
   PELORIN_CHECK_GT(factor, 0);
   return factor;
 }

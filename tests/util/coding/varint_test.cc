@@ -62,6 +62,24 @@ TEST(Varint, WritesEveryLengthAsItsTwin) {
   }
 }
 
+TEST(Varint, WritesNothingBehindItsLastByte) {
+  for (const std::uint64_t v : Numbers()) {
+    std::string bytes(16, '#');
+    char* const end = Varint::Encode64(bytes.data(), v);
+    ASSERT_EQ(end - bytes.data(), Varint::Length64(v)) << v;
+    ASSERT_EQ(bytes.find_first_not_of('#', static_cast<std::size_t>(end - bytes.data())),
+              std::string::npos)
+        << v;
+    const auto low = static_cast<std::uint32_t>(v);
+    bytes.assign(16, '#');
+    char* const low_end = Varint::Encode32(bytes.data(), low);
+    ASSERT_EQ(low_end - bytes.data(), Varint::Length32NonInline(low)) << low;
+    ASSERT_EQ(bytes.find_first_not_of('#', static_cast<std::size_t>(low_end - bytes.data())),
+              std::string::npos)
+        << low;
+  }
+}
+
 TEST(Varint, KnowsTheLengthOfEveryNumber) {
   for (const std::uint64_t v : Numbers()) {
     ASSERT_EQ(Varint::Length64(v), static_cast<int>(Twin(v).size())) << v;
