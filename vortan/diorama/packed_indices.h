@@ -32,6 +32,16 @@ inline void Read(int min, int bits, std::vector<int>* indices, BinaryDecoder* de
     const std::uint32_t mask = (std::uint32_t{1} << bits) - 1;
     const std::size_t end =
         std::min(indices->size(), run.fields_left(static_cast<std::size_t>(bits)));
+    // Narrow ones by fours, from one load.
+    if (bits <= BitRunReader::kPeekBits / 4) {
+      for (; end - done >= 4; done += 4) {
+        std::uint64_t word = run.Peek();
+        for (std::size_t i = 0; i < 4; ++i, word >>= bits) {
+          (*indices)[done + i] = static_cast<int>(base + (static_cast<std::uint32_t>(word) & mask));
+        }
+        run.Consume(4 * bits);
+      }
+    }
     for (; done < end; ++done) {
       (*indices)[done] = static_cast<int>(base + (static_cast<std::uint32_t>(run.Peek()) & mask));
       run.Consume(bits);
