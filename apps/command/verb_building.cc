@@ -21,7 +21,7 @@ namespace {
 
 using geometry3d::BuildingZ;
 
-// A document in memory takes some ten times its text.
+// The text is in memory whole.
 constexpr std::size_t kMostBytes = std::size_t{1} << 29;
 constexpr std::size_t kWarningsShown = 10;
 
@@ -33,6 +33,7 @@ struct BuildingFlags {
   FootprintOptions heights;
   std::string origin;
   double base_m = 0.0;
+  std::string attribution;
   bool overwrite = false;
   bool json = false;
 };
@@ -143,6 +144,9 @@ Outcome Building(const BuildingFlags& flags, const Session& session) {
   if (!read.ok()) {
     return read;
   }
+  if (!flags.attribution.empty()) {
+    report.attribution = flags.attribution;
+  }
   TellWarnings(report, session);
   if (building.polygons().empty()) {
     return Outcome::Fail(ExitCode::kNothingFound, "no building in it", report.input);
@@ -211,6 +215,9 @@ void AddBuildingVerb(CLI::App& app, Session& session) {
                    "Height that the walls of a mesh go down to, in metres; 0 unless given")
       ->type_name("M")
       ->check(CLI::Range(-10000.0, 10000.0).description(""));
+  verb->add_option("--attribution", flags->attribution,
+                   "Whose data it is, for the page; what the footprints say unless given")
+      ->type_name("TEXT");
   verb->add_flag("--json", flags->json, "The report as JSON, on standard output");
   verb->add_flag("--overwrite", flags->overwrite, "Replace the file if it is there");
   verb->footer("Examples: pelorin building houses.geojson -o houses.zb\n"

@@ -10,13 +10,13 @@
 #include "apps/buildings/stream_file.h"
 #include "apps/command/input_file.h"
 #include "apps/command/mesh_report.h"
+#include "apps/command/obj_files.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
 #include "apps/mesh/mesh_file.h"
 #include "apps/mesh/mesh_order.h"
 #include "apps/mesh/mesh_page.h"
 #include "apps/mesh/mesh_stream.h"
-#include "apps/mesh/obj_writer.h"
 #include "apps/mesh/scene_writer.h"
 
 namespace pelorin {
@@ -131,33 +131,6 @@ Outcome RunEncode(const MeshFlags& flags, const Session& session) {
   return Outcome::Done();
 }
 
-/// An OBJ file has its materials in a file beside it. Neither gets its name before both are there.
-Outcome WriteObj(const MeshFlags& flags, const Shape& shape) {
-  if (flags.output == "-" || shape.materials().empty()) {
-    return WriteOutput(flags.output, flags.overwrite, mesh::ObjText(shape, ""));
-  }
-  const std::filesystem::path library =
-      std::filesystem::path(flags.output).replace_extension(".mtl");
-  if (library == flags.output) {
-    return Outcome::Fail(ExitCode::kWrongUsage, "this name is needed for the materials",
-                         flags.output, "give a name that ends in .obj");
-  }
-  OutputFile materials;
-  OutputFile faces;
-  if (Outcome outcome = materials.Open(library.string(), flags.overwrite); !outcome.ok()) {
-    return outcome;
-  }
-  if (Outcome outcome = faces.Open(flags.output, flags.overwrite); !outcome.ok()) {
-    return outcome;
-  }
-  materials.Write(mesh::MtlText(shape));
-  faces.Write(mesh::ObjText(shape, library.filename().string()));
-  if (Outcome outcome = materials.Commit(); !outcome.ok()) {
-    return outcome;
-  }
-  return faces.Commit();
-}
-
 Outcome RunDecode(const MeshFlags& flags) {
   const MeshFormat format =
       flags.format.empty() ? mesh::FormatOfPath(flags.output) : mesh::FormatOfName(flags.format);
@@ -178,7 +151,7 @@ Outcome RunDecode(const MeshFlags& flags) {
     return DataError(error, InputName(flags.input));
   }
   if (format == MeshFormat::kObj) {
-    return WriteObj(flags, shape);
+    return WriteObjFiles(shape, flags.output, flags.overwrite);
   }
   std::string file;
   if (!mesh::WriteScene(shape, mesh::NameOfFormat(format), &file, &error)) {

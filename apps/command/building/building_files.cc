@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "apps/command/building/building_page.h"
+#include "apps/command/obj_files.h"
 #include "apps/command/output_file.h"
 #include "apps/command/versions.h"
-#include "apps/mesh/obj_writer.h"
 #include "apps/mesh/scene_writer.h"
 #include "util/geometry3d/mesh/building_z_shape.h"
 #include "vortan/diorama/building_z_coder.h"
@@ -80,22 +80,6 @@ Outcome WriteGlb(Shape* mesh, const std::string& path, bool overwrite) {
   return WriteOutput(path, overwrite, bytes);
 }
 
-// "houses.mtl" for "houses.obj"; nothing for standard output.
-std::string LibraryPath(const std::string& path) {
-  return path == "-" ? "" : std::filesystem::path(path).replace_extension(".mtl").string();
-}
-
-Outcome WriteObj(const Shape& mesh, const std::string& path, bool overwrite) {
-  const std::string library = LibraryPath(path);
-  if (!library.empty()) {
-    if (Outcome outcome = WriteOutput(library, overwrite, mesh::MtlText(mesh)); !outcome.ok()) {
-      return outcome;
-    }
-  }
-  const std::string name = std::filesystem::path(library).filename().string();
-  return WriteOutput(path, overwrite, mesh::ObjText(mesh, name));
-}
-
 std::string Page(const Shape& mesh, const BuildingReport& report) {
   BuildingPageTexts texts;
   texts.title = report.input == "standard input"
@@ -149,7 +133,7 @@ bool BuildingStream(const BuildingZ& building, int point_bits, std::string* stre
 }
 
 Outcome CheckMayWriteBuilding(BuildingFormat format, const std::string& path, bool overwrite) {
-  const std::string library = format == BuildingFormat::kObj ? LibraryPath(path) : "";
+  const std::string library = format == BuildingFormat::kObj ? MaterialLibraryPath(path) : "";
   if (!library.empty()) {
     if (Outcome outcome = CheckMayWrite(library, overwrite); !outcome.ok()) {
       return outcome;
@@ -173,7 +157,7 @@ Outcome WriteBuilding(const BuildingZ& building, const std::string& stream, Buil
   case BuildingFormat::kGlb:
     return WriteGlb(&mesh, path, overwrite);
   case BuildingFormat::kObj:
-    return WriteObj(mesh, path, overwrite);
+    return WriteObjFiles(mesh, path, overwrite);
   default:
     return WriteOutput(path, overwrite, Page(mesh, report));
   }

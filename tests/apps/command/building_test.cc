@@ -128,6 +128,17 @@ TEST_F(BuildingVerb, WritesAPageThatNoNameCanLeave) {
   EXPECT_TRUE(data["sets"][1].contains("lines"));
 }
 
+TEST_F(BuildingVerb, NamesThePeopleBehindAStreamWhereItIsToldThem) {
+  ASSERT_EQ(Run({Path("houses.geojson"), "-o", Path("houses.zb")}).exit_code, 0);
+  ASSERT_EQ(Run({Path("houses.zb"), "-o", Path("page.html")}).exit_code, 0);
+  EXPECT_EQ(Content(Path("page.html")).find("the people"), std::string::npos);
+  ASSERT_EQ(Run({Path("houses.zb"), "-o", Path("page.html"), "--overwrite", "--attribution",
+                 "the people"})
+                .exit_code,
+            0);
+  EXPECT_NE(Content(Path("page.html")).find("© the people"), std::string::npos);
+}
+
 TEST_F(BuildingVerb, WritesAnObjWithItsMaterialsBesideIt) {
   ASSERT_EQ(Run({Path("houses.geojson"), "-o", Path("houses.obj")}).exit_code, 0);
   const std::string obj = Content(Path("houses.obj"));
@@ -146,6 +157,15 @@ TEST_F(BuildingVerb, ReplacesTheMaterialsOfAnObjOnlyWhenToldTo) {
                 "houses.mtl: is already there");
   EXPECT_EQ(Content(Path("houses.mtl")), "mine");
   EXPECT_FALSE(std::filesystem::exists(Path("houses.obj")));
+}
+
+TEST_F(BuildingVerb, LeavesNoMaterialsWithoutTheirObj) {
+  ExpectFailure(Run({Path("houses.geojson"), "-o", Path("houses.mtl"), "-f", "obj"}), 2,
+                "houses.mtl: this name is needed for the materials");
+  EXPECT_FALSE(std::filesystem::exists(Path("houses.mtl")));
+  std::filesystem::create_directory(Path("houses.obj"));
+  EXPECT_NE(Run({Path("houses.geojson"), "-o", Path("houses.obj"), "--overwrite"}).exit_code, 0);
+  EXPECT_FALSE(std::filesystem::exists(Path("houses.mtl")));
 }
 
 TEST_F(BuildingVerb, WritesAGlbWithFacesAndLinesAndTheRoofsUpwards) {
