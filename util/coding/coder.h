@@ -105,35 +105,50 @@ class PELORIN_EXPORT Decoder {
   /// fails only on a fifth byte with its top bit set, and drops that byte's bits 4 to 6; with fewer
   /// it also fails on a fifth byte above 15, or where the bytes run out.
   bool get_varint32(std::uint32_t* v) {
-    if (avail() <= static_cast<std::size_t>(Varint::kMax32)) {
-      return GetVarint32NearEnd(v);
-    }
-    if (const auto first = static_cast<unsigned char>(*cursor_); first < 128) {
-      ++cursor_;
-      *v = first;
+    if (TakeSingleByte(v)) {
       return true;
     }
-    return Advance(Varint::Parse32Fallback(cursor_, v));
+    // The caller's variable stays in a register where nobody else takes its address.
+    std::uint32_t longer = 0;
+    const bool is_there = avail() <= static_cast<std::size_t>(Varint::kMax32)
+                              ? GetVarint32NearEnd(&longer)
+                              : Advance(Varint::Parse32Fallback(cursor_, &longer));
+    if (is_there) {
+      *v = longer;
+    }
+    return is_there;
   }
 
   /// Reads a varint. On failure `*v` is as before. With 10 bytes or more left it fails on a tenth
   /// byte with its top bit set, drops that byte's bits 1 to 6, and leaves the position on failure;
   /// with fewer it fails where the bytes run out, and that is where the position is then.
   bool get_varint64(std::uint64_t* v) {
-    if (avail() < static_cast<std::size_t>(Varint::kMax64)) {
-      return GetVarint64NearEnd(v);
-    }
-    if (const auto first = static_cast<unsigned char>(*cursor_); first < 128) {
-      ++cursor_;
-      *v = first;
+    if (TakeSingleByte(v)) {
       return true;
     }
-    return Advance(Varint::Parse64Fallback(cursor_, v));
+    // The caller's variable stays in a register where nobody else takes its address.
+    std::uint64_t longer = 0;
+    const bool is_there = avail() < static_cast<std::size_t>(Varint::kMax64)
+                              ? GetVarint64NearEnd(&longer)
+                              : Advance(Varint::Parse64Fallback(cursor_, &longer));
+    if (is_there) {
+      *v = longer;
+    }
+    return is_there;
   }
 
  private:
   bool GetVarint32NearEnd(std::uint32_t* v);
   bool GetVarint64NearEnd(std::uint64_t* v);
+  // The most common varint, which needs no more than itself.
+  template <typename Number>
+  bool TakeSingleByte(Number* v) {
+    if (cursor_ == limit_ || static_cast<unsigned char>(*cursor_) > 0x7F) {
+      return false;
+    }
+    *v = static_cast<unsigned char>(*cursor_++);
+    return true;
+  }
   // Moves to `end`, or says that there was none.
   bool Advance(const char* end) {
     cursor_ = end != nullptr ? end : cursor_;
