@@ -121,11 +121,14 @@ class PELORIN_EXPORT BitDecoder {
   /// fails without any effect.
   bool GetBits(int n, std::uint32_t* v) {
     if (!CanPeek() || static_cast<unsigned>(n) > 32) {
-      return GetBitsSlow(n, v);
+      // The caller's variable stays in a register where nobody else takes its address.
+      std::uint32_t slow = 0;
+      const bool is_there = GetBitsSlow(n, &slow);
+      *v = is_there ? slow : *v;
+      return is_there;
     }
-    std::uint64_t next = 0;
-    *v = static_cast<std::uint32_t>(Peek(&next) & BitEncoder::mask_[static_cast<unsigned>(n)]);
-    ConsumePeeked(n, next);
+    *v = static_cast<std::uint32_t>(Peek() & BitEncoder::mask_[static_cast<unsigned>(n)]);
+    ConsumePeeked(n);
     return true;
   }
 
@@ -146,13 +149,12 @@ class PELORIN_EXPORT BitDecoder {
   /// its zero, of which then only the unary part is consumed.
   bool GetGamma(std::uint32_t* v) {
     if (CanPeek()) {
-      std::uint64_t next = 0;
-      const std::uint64_t word = Peek(&next);
+      const std::uint64_t word = Peek();
       const int n = ~word == 0 ? 64 : __builtin_ctzll(~word);
       if (n < 32) {
         const std::uint64_t mask = BitEncoder::mask_[static_cast<unsigned>(n)];
         *v = static_cast<std::uint32_t>((mask + 1) | ((word >> (n + 1)) & mask));
-        ConsumePeeked(2 * n + 1, next);
+        ConsumePeeked(2 * n + 1);
         return true;
       }
     }
@@ -173,25 +175,25 @@ class PELORIN_EXPORT BitDecoder {
  private:
   friend class BitRunReader;
 
-  // Whether the next load is of eight bytes and there is a place for its bits behind those in hand.
+  // Whether the last load and the next one are of eight bytes, and there is a place for the bits of
+  // the next one behind those in hand.
   bool CanPeek() const {
-    return static_cast<std::size_t>(limit_ - cursor_) >= sizeof(bits_) && num_bits_ < 64;
+    return static_cast<std::size_t>(limit_ - cursor_) >= sizeof(bits_) && cursor_ != start_ &&
+           num_bits_ < 64;
   }
-  // The next 64 bits, and in `*next` the load that those not in hand are from. Wants `CanPeek`.
-  std::uint64_t Peek(std::uint64_t* next) const {
-    *next = LoadLittleEndian<std::uint64_t>(cursor_);
-    return bits_ | (*next << num_bits_);
+  // The next 64 bits. Wants `CanPeek`, and so does the next.
+  std::uint64_t Peek() const {
+    return bits_ | (LoadLittleEndian<std::uint64_t>(cursor_) << num_bits_);
   }
   // Drops `n` of those, at most 63, and has made the load if they reached into it. Where that
-  // happens is as random as the widths are, so it is arithmetic and no branch.
-  void ConsumePeeked(int n, std::uint64_t next) {
+  // happens is as random as the widths are, so it is arithmetic and no branch. And as the bits in
+  // hand are the last of the last load, they are taken from there: one read need not wait for
+  // another's bits, but only for their number.
+  void ConsumePeeked(int n) {
     const int left = num_bits_ - n;
-    const bool loads = left < 0;
-    const std::uint64_t choice = 0 - static_cast<std::uint64_t>(loads);
-    const std::uint64_t source = bits_ ^ ((bits_ ^ next) & choice);
-    bits_ = source >> (n - (num_bits_ & static_cast<int>(choice)));
-    num_bits_ = left + (64 & static_cast<int>(choice));
-    cursor_ += sizeof(bits_) & choice;
+    cursor_ += left < 0 ? sizeof(bits_) : 0;
+    num_bits_ = left & 63;
+    bits_ = LoadLittleEndian<std::uint64_t>(cursor_ - sizeof(bits_)) >> 1 >> (63 - num_bits_);
   }
   bool GetGammaSlow(std::uint32_t* v);
   bool GetBitsSlow(int n, std::uint32_t* v);
