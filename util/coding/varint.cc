@@ -56,8 +56,8 @@ const char* Parse(const char* p, Number* v) {
   return nullptr;
 }
 
-// How long a number is cannot be foreseen, so nothing below branches on one length alone: stores
-// that overlap cover each of them exactly.
+// How long a number is cannot be foreseen, so there are few branches on it below: stores that
+// overlap cover several lengths, each exactly.
 
 // A seventh of the number's bits, rounded up; without a division that way.
 int Length(std::uint64_t v) {
