@@ -230,8 +230,9 @@ bool BuildingZDecoder::DecodePoints(std::vector<Vector2<double>>* points) {
   for (int& width : packing.widths) {
     width = static_cast<int>(ReadUInt(kWidthBits));
   }
-  const double factor = point_factor();
-  const auto to_scalar = [factor](std::int32_t q) { return q / factor; };
+  // Both are powers of two, so the product is the quotient to the last bit.
+  const double unit = 1.0 / point_factor();
+  const auto to_scalar = [unit](std::int32_t q) { return q * unit; };
   quantized_pool::Read(packing, to_scalar, points, this);
   return true;
 }
