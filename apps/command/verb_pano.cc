@@ -91,7 +91,7 @@ Outcome ReadQuery(const PanoFlags& flags, PanoQuery* query) {
     query->kind = PanoQuery::Kind::kTile;
     TileAddress tile;
     Outcome outcome = ParseTile(flags.tile, "--tile", &tile);
-    query->tile = MapTile(tile.x, tile.y, tile.zoom);
+    query->tile = MapTile::At(tile.x, tile.y, tile.zoom);
     return outcome;
   }
   return Outcome::Done();

@@ -294,7 +294,7 @@ Answer Dataset::FindNearest(const NearestQuery& query, bool with_maps, PanoRecor
 Answer Dataset::FindInTile(int x, int y, int zoom, std::size_t limit,
                            std::vector<PanoRecord>* records, std::string* error) const {
   records->clear();
-  const nimbara::spatial::MapTile tile(x, y, zoom);
+  const nimbara::spatial::MapTile tile = nimbara::spatial::MapTile::At(x, y, zoom);
   if (zoom > nimbara::spatial::MapTile::kMaxZoom || !tile.IsValid()) {
     return Answer::kNothing;
   }

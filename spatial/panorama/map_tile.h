@@ -20,13 +20,21 @@ struct PELORIN_EXPORT MapTile {
   static constexpr int kMaxZoom = 30;
 
   MapTile() = default;
-  MapTile(std::int32_t tile_x, std::int32_t tile_y, std::int32_t tile_zoom)
-      : x(tile_x), y(tile_y), zoom(tile_zoom) {}
 
   /// The tile that holds a point. Fractional tile positions are truncated towards zero, and
   /// longitudes do not wrap: longitude 180 gives a column that is not valid, and a point slightly
   /// west of -180 falls into column 0.
   MapTile(double lat, double lng, int zoom_level);
+
+  /// The tile with these numbers, valid or not. No constructor, so that a point given in whole
+  /// degrees cannot be taken for it.
+  static MapTile At(std::int32_t tile_x, std::int32_t tile_y, std::int32_t tile_zoom) {
+    MapTile tile;
+    tile.x = tile_x;
+    tile.y = tile_y;
+    tile.zoom = tile_zoom;
+    return tile;
+  }
 
   /// The fractional position of a point in the pyramid. Latitudes above 85 or below -85 count as
   /// those. For a zoom outside 0 to 30 both results are not-a-number. `x` and `y` must not be null.

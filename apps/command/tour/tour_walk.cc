@@ -140,7 +140,7 @@ Outcome TourWalk::FindWay() {
     }
     // An unreadable answer marks its tile as done; forgetting the tiles asks for them once more.
     manager_->Reset();
-    last_tile_ = MapTile(-1, -1, -1);
+    last_tile_ = MapTile::At(-1, -1, -1);
     if (Outcome outcome = LookAround(plan_.from, "start"); !outcome.ok()) {
       return outcome;
     }

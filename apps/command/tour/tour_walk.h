@@ -120,7 +120,7 @@ class TourWalk {
   std::uint64_t asked_again_ = 0;
 
   // The manager's own count of looks at one tile, followed from outside.
-  nimbara::spatial::MapTile last_tile_{-1, -1, -1};
+  nimbara::spatial::MapTile last_tile_ = nimbara::spatial::MapTile::At(-1, -1, -1);
   int looks_in_tile_ = 0;
 
   std::map<QString, int> asked_ids_;  // How often each was asked for.

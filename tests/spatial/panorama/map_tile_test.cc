@@ -50,7 +50,15 @@ double FractionalY(double lat, double lng, int zoom) {
 }
 
 TEST(MapTile, TheOriginIsTheMiddleOfThePyramid) {
-  EXPECT_EQ(MapTile(0.0, 0.0, 16), MapTile(32768, 32768, 16));
+  EXPECT_EQ(MapTile(0.0, 0.0, 16), MapTile::At(32768, 32768, 16));
+}
+
+TEST(MapTile, TakesWholeDegreesForDegrees) {
+  EXPECT_EQ(MapTile(0, 0, 16), MapTile::At(32768, 32768, 16));
+  EXPECT_EQ(MapTile(0, 0, 0), MapTile::At(0, 0, 0));
+  EXPECT_EQ(MapTile(85.5, -180, 16), MapTile(85, -180, 16));
+  EXPECT_EQ(MapTile(0, 180, 16).x, 65536);
+  EXPECT_FALSE(MapTile(0, 180, 16).IsValid());
 }
 
 TEST(MapTile, LatitudesBeyondTheEdgeCountAsTheEdge) {
@@ -67,7 +75,7 @@ TEST(MapTile, RowsGrowSouthwardsAndColumnsEastwards) {
 }
 
 TEST(MapTile, LevelZeroHasNoHalfToAdd) {
-  EXPECT_EQ(MapTile(0.0, 0.0, 0), MapTile(0, 0, 0));
+  EXPECT_EQ(MapTile(0.0, 0.0, 0), MapTile::At(0, 0, 0));
   EXPECT_EQ(FractionalX(0.0, 0.0, 0), 0.0);
   EXPECT_EQ(FractionalX(0.0, 180.0, 0), 0.5);
   EXPECT_EQ(FractionalX(0.0, 180.0, 1), 2.0);
@@ -111,24 +119,24 @@ TEST(MapTile, ContainsThePointItWasBuiltFrom) {
 }
 
 TEST(MapTile, IsEqualOnlyInAllThreeFields) {
-  EXPECT_EQ(MapTile(1, 2, 3), MapTile(1, 2, 3));
-  EXPECT_NE(MapTile(1, 2, 3), MapTile(0, 2, 3));
-  EXPECT_NE(MapTile(1, 2, 3), MapTile(1, 0, 3));
-  EXPECT_NE(MapTile(1, 2, 3), MapTile(1, 2, 4));
+  EXPECT_EQ(MapTile::At(1, 2, 3), MapTile::At(1, 2, 3));
+  EXPECT_NE(MapTile::At(1, 2, 3), MapTile::At(0, 2, 3));
+  EXPECT_NE(MapTile::At(1, 2, 3), MapTile::At(1, 0, 3));
+  EXPECT_NE(MapTile::At(1, 2, 3), MapTile::At(1, 2, 4));
 }
 
 TEST(MapTile, IsValidInsideItsLevelAlone) {
-  EXPECT_TRUE(MapTile(3, 3, 2).IsValid());
-  EXPECT_FALSE(MapTile(4, 3, 2).IsValid());
-  EXPECT_FALSE(MapTile(3, 4, 2).IsValid());
-  EXPECT_FALSE(MapTile(-1, 0, 2).IsValid());
-  EXPECT_FALSE(MapTile(0, -1, 2).IsValid());
-  EXPECT_FALSE(MapTile(0, 0, -1).IsValid());
-  EXPECT_TRUE(MapTile((1 << 30) - 1, 0, 30).IsValid());
-  EXPECT_FALSE(MapTile(0, 0, 31).IsValid());
-  EXPECT_FALSE(MapTile(0, 0, 32).IsValid());
-  EXPECT_FALSE(MapTile(0, 0, std::numeric_limits<int>::max()).IsValid());
-  EXPECT_FALSE(MapTile(0, 0, std::numeric_limits<int>::min()).IsValid());
+  EXPECT_TRUE(MapTile::At(3, 3, 2).IsValid());
+  EXPECT_FALSE(MapTile::At(4, 3, 2).IsValid());
+  EXPECT_FALSE(MapTile::At(3, 4, 2).IsValid());
+  EXPECT_FALSE(MapTile::At(-1, 0, 2).IsValid());
+  EXPECT_FALSE(MapTile::At(0, -1, 2).IsValid());
+  EXPECT_FALSE(MapTile::At(0, 0, -1).IsValid());
+  EXPECT_TRUE(MapTile::At((1 << 30) - 1, 0, 30).IsValid());
+  EXPECT_FALSE(MapTile::At(0, 0, 31).IsValid());
+  EXPECT_FALSE(MapTile::At(0, 0, 32).IsValid());
+  EXPECT_FALSE(MapTile::At(0, 0, std::numeric_limits<int>::max()).IsValid());
+  EXPECT_FALSE(MapTile::At(0, 0, std::numeric_limits<int>::min()).IsValid());
 }
 
 TEST(MapTile, NumbersThatNoTileCanHoldGiveNoValidTile) {
@@ -167,10 +175,10 @@ TEST(MapTile, SurroundingsWithoutAPlaceForThemAreNotCollected) {
 
 TEST(MapTile, SurroundingsAreAppendedToWhatIsThere) {
   mmvector<MapTile> tiles;
-  tiles.emplace_back(7, 7, 7);
+  tiles.push_back(MapTile::At(7, 7, 7));
   MapTile::CollectSurroundingTiles(0.0, 0.0, 16, 0.0, &tiles);
   ASSERT_EQ(tiles.size(), 2u);
-  EXPECT_EQ(tiles[0], MapTile(7, 7, 7));
+  EXPECT_EQ(tiles[0], MapTile::At(7, 7, 7));
 }
 
 // Zoom 16 tiles are 0.0055 degrees wide at the equator; a ring of 0.008 degrees reaches at least
@@ -180,15 +188,15 @@ TEST(MapTile, SurroundingsRunFromSouthWestToNorthEastRowByRow) {
   const std::vector<MapTile> tiles = Surrounding(middle, middle, 16, RadiusOf(0.008));
   ASSERT_EQ(tiles.size(), 9u);
   const MapTile c = tiles[0];
-  EXPECT_EQ(c, MapTile(32768, 32767, 16));
-  EXPECT_EQ(tiles[1], MapTile(c.x - 1, c.y + 1, 16));
-  EXPECT_EQ(tiles[2], MapTile(c.x, c.y + 1, 16));
-  EXPECT_EQ(tiles[3], MapTile(c.x + 1, c.y + 1, 16));
-  EXPECT_EQ(tiles[4], MapTile(c.x - 1, c.y, 16));
-  EXPECT_EQ(tiles[5], MapTile(c.x + 1, c.y, 16));
-  EXPECT_EQ(tiles[6], MapTile(c.x - 1, c.y - 1, 16));
-  EXPECT_EQ(tiles[7], MapTile(c.x, c.y - 1, 16));
-  EXPECT_EQ(tiles[8], MapTile(c.x + 1, c.y - 1, 16));
+  EXPECT_EQ(c, MapTile::At(32768, 32767, 16));
+  EXPECT_EQ(tiles[1], MapTile::At(c.x - 1, c.y + 1, 16));
+  EXPECT_EQ(tiles[2], MapTile::At(c.x, c.y + 1, 16));
+  EXPECT_EQ(tiles[3], MapTile::At(c.x + 1, c.y + 1, 16));
+  EXPECT_EQ(tiles[4], MapTile::At(c.x - 1, c.y, 16));
+  EXPECT_EQ(tiles[5], MapTile::At(c.x + 1, c.y, 16));
+  EXPECT_EQ(tiles[6], MapTile::At(c.x - 1, c.y - 1, 16));
+  EXPECT_EQ(tiles[7], MapTile::At(c.x, c.y - 1, 16));
+  EXPECT_EQ(tiles[8], MapTile::At(c.x + 1, c.y - 1, 16));
 }
 
 TEST(MapTile, TheRingLiesPiTimesFartherOutThanTheRadiusSays) {
@@ -203,8 +211,8 @@ TEST(MapTile, SurroundingsKeepDuplicatesAndLeaveOutOnlyTheCentre) {
   const double tile_deg = 360.0 / 65536.0;
   const std::vector<MapTile> tiles =
       Surrounding(0.5 * tile_deg, 0.9 * tile_deg, 16, RadiusOf(0.2 * tile_deg));
-  const MapTile east(32769, 32767, 16);
-  EXPECT_EQ(tiles, (std::vector<MapTile>{MapTile(32768, 32767, 16), east, east, east}));
+  const MapTile east = MapTile::At(32769, 32767, 16);
+  EXPECT_EQ(tiles, (std::vector<MapTile>{MapTile::At(32768, 32767, 16), east, east, east}));
 }
 
 TEST(MapTile, LongitudesOfTheRingWrapAtTheDateLine) {

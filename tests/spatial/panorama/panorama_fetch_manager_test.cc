@@ -231,7 +231,7 @@ TEST_F(PanoramaFetchManagerTest, LetsADerivedClassDecideHowTilesAreAskedFor) {
 // Asking for tiles.
 
 TEST_F(PanoramaFetchManagerTest, AsksOnlyForTilesThatAreNotDone) {
-  manager->OnMapTileFetched(MapTile(32767, 32768, 16));
+  manager->OnMapTileFetched(MapTile::At(32767, 32768, 16));
   manager->OnMapTileFetched(centre);
   manager->FetchAllMetaData(kLat, kLng, 270.0);
   EXPECT_EQ(NewRequests(), (Requests{"tile 32768/32768", "tile 32769/32768", "tile 32767/32767",
@@ -252,9 +252,9 @@ TEST_F(PanoramaFetchManagerTest, ATileIsDoneOnceItsAnswerHasBeenEntered) {
   Deliver(0, Answer({PanoramaElement("a")}));
   EXPECT_TRUE(IsDone(centre));
   EXPECT_TRUE(IsKnown("a"));
-  EXPECT_FALSE(IsDone(MapTile(centre.x, centre.y, 15)));
-  EXPECT_FALSE(IsDone(MapTile(centre.x + 1, centre.y, 16)));
-  EXPECT_FALSE(IsDone(MapTile(centre.x, centre.y + 1, 16)));
+  EXPECT_FALSE(IsDone(MapTile::At(centre.x, centre.y, 15)));
+  EXPECT_FALSE(IsDone(MapTile::At(centre.x + 1, centre.y, 16)));
+  EXPECT_FALSE(IsDone(MapTile::At(centre.x, centre.y + 1, 16)));
 }
 
 TEST_F(PanoramaFetchManagerTest, AnEmptyTileIsDone) {
@@ -282,7 +282,7 @@ TEST_F(PanoramaFetchManagerTest, LeavesSinglePanoramasWaitingUntilTheNextTile) {
   manager->FetchNearestMetaData(kLat, kLng, 0.0);
   Deliver(0, DeadEnd());
   EXPECT_EQ(EdgesOf("end"), 1u);
-  manager->OnMapTileFetched(MapTile(0, 0, 16));
+  manager->OnMapTileFetched(MapTile::At(0, 0, 16));
   EXPECT_EQ(EdgesOf("end"), 2u);
 }
 

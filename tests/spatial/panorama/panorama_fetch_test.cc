@@ -33,7 +33,7 @@ class PanoramaFetchTest : public FetchTest {
     return CallsAtTheEnd();
   }
   Calls CallsAfterTileAnswer(const FakeAnswer& answer) {
-    fetcher->FetchMetaData(MapTile(3, 4, 16), &observer);
+    fetcher->FetchMetaData(MapTile::At(3, 4, 16), &observer);
     network.Complete(0, answer);
     return CallsAtTheEnd();
   }
@@ -61,8 +61,8 @@ class StatusOfFailure : public PanoramaFetchTest, public testing::WithParamInter
 TEST_P(StatusOfFailure, EndsTheRequestAndTellsNobody) {
   FakeAnswer answer = ThreePanoramas();
   answer.status = GetParam();
-  const QUrl url = fetcher->CreateUrl(MapTile(3, 4, 16));
-  fetcher->FetchMetaData(MapTile(3, 4, 16), &observer);
+  const QUrl url = fetcher->CreateUrl(MapTile::At(3, 4, 16));
+  fetcher->FetchMetaData(MapTile::At(3, 4, 16), &observer);
   EXPECT_TRUE(fetcher->IsFetching(url));
   network.Complete(0, answer);
   EXPECT_FALSE(fetcher->IsFetching(url));
@@ -169,7 +169,7 @@ TEST_F(PanoramaFetchTest, WithoutAWorkerAnAnswerIsDeliveredAtOnceAndTheFetchStay
 }
 
 TEST_F(PanoramaFetchTest, WithoutAWorkerATileIsReportedToo) {
-  const MapTile tile(3, 4, 16);
+  const MapTile tile = MapTile::At(3, 4, 16);
   fetcher->FetchMetaData(tile, &observer);
   auto* fetch =
       static_cast<PanoramaTileFetch*>(static_cast<PanoramaFetch*>(network.Params(0).user_data));
@@ -225,7 +225,7 @@ class BirthOfARequest : public PanoramaFetchTest, public testing::WithParamInter
     case Kind::kPosition:
       return fetcher->FetchMetaData(1.0, number, 50.0, QString(), &observer);
     case Kind::kTile:
-      return fetcher->FetchMetaData(MapTile(number, 4, 16), &observer);
+      return fetcher->FetchMetaData(MapTile::At(number, 4, 16), &observer);
     }
     return false;
   }

@@ -2,6 +2,7 @@
 #include "spatial/panorama/panorama_fetcher.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
@@ -48,21 +49,21 @@ TEST_F(PanoramaFetcherTest, RefusesAnEmptyIdWithoutAnyEffect) {
 TEST_F(PanoramaFetcherTest, RefusesTilesThatDoNotExist) {
   constexpr int kLeast = std::numeric_limits<int>::min();
   constexpr int kMost = std::numeric_limits<int>::max();
-  EXPECT_FALSE(Fetch(MapTile(4, 0, 2)));
-  EXPECT_FALSE(Fetch(MapTile(0, 4, 2)));
-  EXPECT_FALSE(Fetch(MapTile(-1, 0, 2)));
-  EXPECT_FALSE(Fetch(MapTile(0, -1, 2)));
-  EXPECT_FALSE(Fetch(MapTile(0, 0, -1)));
+  EXPECT_FALSE(Fetch(MapTile::At(4, 0, 2)));
+  EXPECT_FALSE(Fetch(MapTile::At(0, 4, 2)));
+  EXPECT_FALSE(Fetch(MapTile::At(-1, 0, 2)));
+  EXPECT_FALSE(Fetch(MapTile::At(0, -1, 2)));
+  EXPECT_FALSE(Fetch(MapTile::At(0, 0, -1)));
   for (const int zoom : {31, 32, 33, 64, kMost, kLeast}) {
-    EXPECT_FALSE(Fetch(MapTile(0, 0, zoom))) << zoom;
+    EXPECT_FALSE(Fetch(MapTile::At(0, 0, zoom))) << zoom;
   }
   EXPECT_EQ(network.Count(), 0u);
   EXPECT_EQ(options.num_meta_data_pano_tile_fetches.Get(), 0);
 }
 
 TEST_F(PanoramaFetcherTest, StartsTheLastTileOfALevel) {
-  EXPECT_TRUE(Fetch(MapTile(3, 3, 2)));
-  EXPECT_TRUE(Fetch(MapTile(0, 0, 0)));
+  EXPECT_TRUE(Fetch(MapTile::At(3, 3, 2)));
+  EXPECT_TRUE(Fetch(MapTile::At(0, 0, 0)));
   EXPECT_EQ(network.Count(), 2u);
 }
 
@@ -70,7 +71,7 @@ TEST_F(PanoramaFetcherTest, CountsEachKindOfRequestThatItStarts) {
   Fetch("a");
   Fetch("a");
   Fetch("b");
-  Fetch(MapTile(1, 1, 2));
+  Fetch(MapTile::At(1, 1, 2));
   Fetch(1.0, 2.0);
   Fetch(1.0, 3.0);
   Fetch(1.0, 4.0);
@@ -81,11 +82,11 @@ TEST_F(PanoramaFetcherTest, CountsEachKindOfRequestThatItStarts) {
 
 TEST_F(PanoramaFetcherTest, SendsTheUrlItWouldCreate) {
   Fetch("abc");
-  Fetch(MapTile(3, 4, 16));
+  Fetch(MapTile::At(3, 4, 16));
   Fetch(1.5, -2.5, 49.5, "L1");
   EXPECT_EQ(network.Urls(), (std::vector<QString>{
                                 fetcher->CreateUrl(QString("abc")).toString(),
-                                fetcher->CreateUrl(MapTile(3, 4, 16)).toString(),
+                                fetcher->CreateUrl(MapTile::At(3, 4, 16)).toString(),
                                 fetcher->CreateUrl(1.5, -2.5, 49.5, "L1").toString(),
                             }));
 }
@@ -107,7 +108,7 @@ TEST_F(PanoramaFetcherTest, LeavesWhatItHasNoUseForAtItsDefault) {
 
 TEST_F(PanoramaFetcherTest, GivesEveryRequestTheSameCompletionFunction) {
   Fetch("abc");
-  Fetch(MapTile(0, 0, 0));
+  Fetch(MapTile::At(0, 0, 0));
   Fetch(1.0, 2.0);
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(network.Params(i).completion, &PanoramaFetch::PanoramaFinished);
@@ -120,7 +121,7 @@ TEST_F(PanoramaFetcherTest, PacesRequestsByTheSettingAsItIsAtTheStart) {
   options.max_imagery_qps.Set(100.0f);
   Fetch("a");
   options.max_metadata_depthmap_qps.Set(0.1f);
-  Fetch(MapTile(0, 0, 0));
+  Fetch(MapTile::At(0, 0, 0));
   options.max_metadata_depthmap_qps.Set(-1.0f);
   Fetch(1.0, 2.0);
   options.max_metadata_depthmap_qps.Set(std::numeric_limits<float>::quiet_NaN());
@@ -136,8 +137,8 @@ TEST_F(PanoramaFetcherTest, PacesRequestsByTheSettingAsItIsAtTheStart) {
 TEST_F(PanoramaFetcherTest, RefusesWhatIsUnderWay) {
   EXPECT_TRUE(Fetch("a"));
   EXPECT_FALSE(Fetch("a"));
-  EXPECT_TRUE(Fetch(MapTile(0, 0, 0)));
-  EXPECT_FALSE(Fetch(MapTile(0, 0, 0)));
+  EXPECT_TRUE(Fetch(MapTile::At(0, 0, 0)));
+  EXPECT_FALSE(Fetch(MapTile::At(0, 0, 0)));
   EXPECT_TRUE(Fetch(1.0, 2.0));
   EXPECT_FALSE(Fetch(1.0, 2.0));
   EXPECT_EQ(network.Count(), 3u);
@@ -149,6 +150,20 @@ TEST_F(PanoramaFetcherTest, TakesRequestsWithEqualUrlsForTheSame) {
   EXPECT_FALSE(Fetch(-0.0, 1.0, 3.0));
   EXPECT_TRUE(Fetch(0.0, 1.0, 3.5));
   EXPECT_TRUE(Fetch(0.0, 1.0, 3.0, "L1"));
+}
+
+TEST_F(PanoramaFetcherTest, DeliversOnAThreadOfItsOwnName) {
+  std::string name;
+  observer.on_call = [&name](const std::string&) {
+    char text[16] = {};
+    pthread_getname_np(pthread_self(), text, sizeof(text));
+    name = text;
+  };
+  EXPECT_TRUE(Fetch("a"));
+  network.Complete(0, Panorama("a"));
+  observer.Calls(1);
+  fetcher.reset();  // Joins the thread.
+  EXPECT_EQ(name, "PanoramFetcher");
 }
 
 TEST_F(PanoramaFetcherTest, TellsTheFirstObserverAlone) {
@@ -182,13 +197,13 @@ TEST_F(PanoramaFetcherTest, KeepsTheUrlUnderWayUntilTheAnswerHasBeenDelivered) {
 TEST_F(PanoramaFetcherTest, ARequestThatCannotBeStartedCountsAsStartedAndStaysUnderWay) {
   network.RefuseStarts();
   EXPECT_TRUE(Fetch("a"));
-  EXPECT_TRUE(Fetch(MapTile(0, 0, 0)));
+  EXPECT_TRUE(Fetch(MapTile::At(0, 0, 0)));
   EXPECT_TRUE(Fetch(1.0, 2.0));
   EXPECT_EQ(network.RefusedStarts(), 3u);
   EXPECT_EQ(options.num_meta_data_pano_id_fetches.Get(), 1);
   network.Hold();
   EXPECT_FALSE(Fetch("a"));
-  EXPECT_FALSE(Fetch(MapTile(0, 0, 0)));
+  EXPECT_FALSE(Fetch(MapTile::At(0, 0, 0)));
   EXPECT_FALSE(Fetch(1.0, 2.0));
   fetcher.reset();  // Ends, although those requests never will.
   EXPECT_TRUE(observer.Calls().empty());
@@ -215,7 +230,7 @@ TEST_F(PanoramaFetcherTest, RemovesEveryMentionAndKeepsTheOthers) {
 
 TEST_F(PanoramaFetcherTest, ANullObserverDropsTheAnswer) {
   EXPECT_TRUE(fetcher->FetchMetaData(QString("a"), nullptr));
-  EXPECT_TRUE(fetcher->FetchMetaData(MapTile(0, 0, 0), nullptr));
+  EXPECT_TRUE(fetcher->FetchMetaData(MapTile::At(0, 0, 0), nullptr));
   network.Complete(0, Panorama("a"));
   network.Complete(1, Panorama("a"));
   DrainWorker(fetcher.get());
@@ -245,7 +260,7 @@ TEST_F(PanoramaFetcherTest, OfTwoThreadsAskingForOnePositionOnlyOneIsServed) {
 
 TEST_F(PanoramaFetcherTest, EndingCancelsWhatIsOpenAndTellsNobody) {
   Fetch("a");
-  Fetch(MapTile(0, 0, 0));
+  Fetch(MapTile::At(0, 0, 0));
   Fetch(1.0, 2.0);
   fetcher.reset();
   for (std::size_t i = 0; i < 3; ++i) {
@@ -264,7 +279,7 @@ TEST_F(PanoramaFetcherTest, EndingLetsTheRunningDeliveryEndAndDropsWhatIsQueued)
   };
   Fetch("a");
   Fetch("b");
-  Fetch(MapTile(0, 0, 0));
+  Fetch(MapTile::At(0, 0, 0));
   Fetch("open");
   for (std::size_t i = 0; i < 3; ++i) {
     network.Complete(i, Panorama("x"));
@@ -286,7 +301,7 @@ TEST_F(PanoramaFetcherTest, EndingWaitsForACompletionThatHasBegun) {
       auto dying = std::make_unique<PanoramaFetcher>();
       const std::size_t first = network.Count();
       dying->FetchMetaData(QString("a"), &observer);
-      dying->FetchMetaData(MapTile(0, 0, 0), &observer);
+      dying->FetchMetaData(MapTile::At(0, 0, 0), &observer);
       network.CompleteLater(first, Status(status));
       network.CompleteLater(first + 1, Status(status));
       dying.reset();
@@ -335,7 +350,7 @@ TEST_F(PanoramaFetcherTest, LeavesNothingOnTheHeaps) {
   network.Hold();
   Fetch("failed");
   Fetch("answered");
-  Fetch(MapTile(0, 0, 0));
+  Fetch(MapTile::At(0, 0, 0));
   Fetch("open");
   network.Complete(0, Status(404));
   network.Complete(1, Panorama("answered"));

@@ -46,7 +46,7 @@ TEST_F(RequestUrl, ByIdHasItsItemsInOrder) {
 }
 
 TEST_F(RequestUrl, ByTileHasItsItemsInOrderAndAsksForNoMaps) {
-  EXPECT_EQ(ByTile({3, 4, 16}),
+  EXPECT_EQ(ByTile(MapTile::At(3, 4, 16)),
             "http://service.example/plk?output=metatile&x=3&y=4&zoom=16&pl_client=nimbara&v=4");
 }
 
@@ -109,7 +109,7 @@ TEST_F(RequestUrl, TheServerIsReadAtEachCall) {
 
 TEST_F(RequestUrl, AQueryInTheSettingStaysInFront) {
   options.meta_data_fetch_server.Set("http://service.example/plk?key=1&v=0");
-  EXPECT_EQ(ByTile({0, 0, 0}),
+  EXPECT_EQ(ByTile(MapTile::At(0, 0, 0)),
             "http://service.example/plk?key=1&v=0&output=metatile&x=0&y=0&zoom=0&pl_client=nimbara"
             "&v=4");
 }
@@ -150,7 +150,7 @@ TEST_F(RequestUrl, IdsGoToTheToolkitAsTheyAre) {
 }
 
 TEST_F(RequestUrl, AnyTileGivesAUrl) {
-  EXPECT_EQ(ByTile({-1, 7, 40}),
+  EXPECT_EQ(ByTile(MapTile::At(-1, 7, 40)),
             "http://service.example/plk?output=metatile&x=-1&y=7&zoom=40&pl_client=nimbara&v=4");
 }
 
