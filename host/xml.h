@@ -24,6 +24,8 @@ struct PELORIN_HOST_EXPORT XmlText {
   }
   /// Empty text gives an empty string that is not null.
   QString ToString() const;
+  /// The same, wherever a string is asked for.
+  operator QString() const { return ToString(); }
 };
 
 /// One attribute of an element: name and value, character and entity references replaced and white

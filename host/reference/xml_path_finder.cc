@@ -81,7 +81,16 @@ XmlNode* FindBelow(XmlNode* start, const PathComponents& path) {
 }  // namespace
 
 QString XmlText::ToString() const {
-  return size == 0 ? EmptyString() : QString::fromUtf8(data, size);
+  if (size == 0) {
+    return EmptyString();
+  }
+  QString text = QString::fromUtf8(data, size);
+  // The toolkit takes this character for a byte order mark and drops it; inside a document it is
+  // text like any other.
+  if (std::string_view(data, static_cast<std::size_t>(size)).substr(0, 3) == "\xEF\xBB\xBF") {
+    text.prepend(QChar(0xFEFF));
+  }
+  return text;
 }
 
 XmlNode* XmlPathFinder::Find(XmlNode* start, const QString& path) const {

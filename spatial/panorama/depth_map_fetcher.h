@@ -86,6 +86,12 @@ class PELORIN_EXPORT DepthMapFetcher {
   /// Gives up request and record; `finished` becomes false. The request is not cancelled.
   void Clear();
 
+ private:
+  RefPtr<net::Fetcher> fetcher;  // The request that counts; written on the host's thread alone.
+  Panorama* panorama = nullptr;  // Not owned.
+  PanoramaData* data = nullptr;  // Not owned, not counted.
+
+ public:
   /// True while an answer waits for `ProcessDepthMap`.
   std::atomic<bool> finished{false};
   /// False makes `ProcessDepthMap` report without reading the answer. Nothing here changes it.
@@ -97,12 +103,9 @@ class PELORIN_EXPORT DepthMapFetcher {
   // Guards `fetcher` against the completion, `fetcher_ended` and `superseded`. No other lock is
   // taken and nobody is cancelled with it held.
   SpinLock lock;
-  RefPtr<net::Fetcher> fetcher;  // The request that counts; written on the host's thread alone.
-  bool fetcher_ended = false;    // Its completion has run.
+  bool fetcher_ended = false;  // The completion of `fetcher` has run.
   // Requests whose completion is still to come: they point here, so they are kept to be cancelled.
   mmvector<RefPtr<net::Fetcher>> superseded{HeapManager::GetDynamicHeap()};
-  Panorama* panorama = nullptr;     // Not owned.
-  PanoramaData* data = nullptr;     // Not owned, not counted.
   std::uint64_t fetch_number = 0;   // Tells one fetch from the next.
   std::shared_ptr<const int> life;  // Gone with this object.
 };

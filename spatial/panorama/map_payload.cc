@@ -62,7 +62,8 @@ QByteArray InflateMapText(const QByteArray& text, int capacity) {
   if (text.isEmpty()) {
     return QByteArray();
   }
-  const QByteArray stream = Base64Decode(text.constData());
+  // A copy, since bytes that are merely pointed to may have no NUL behind them.
+  const QByteArray stream = Base64Decode(QByteArray(text.constData(), text.size()).constData());
   QByteArray bytes(capacity, Qt::Uninitialized);
   uLongf size = static_cast<uLongf>(capacity);
   const int status = uncompress(reinterpret_cast<Bytef*>(bytes.data()), &size,

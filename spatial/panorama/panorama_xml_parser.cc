@@ -2,6 +2,7 @@
 #include "spatial/panorama/panorama_xml_parser.h"
 
 #include <QObject>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -58,14 +59,17 @@ QString ChildText(const XmlNode& start, const char* start_name, const char* name
   return (child == nullptr ? XmlText() : child->text).ToString();
 }
 
-// Beyond the range of `float` lies infinity; the plain conversion is undefined there.
+// Rounds to the nearest `float`, infinity included; the plain conversion is undefined beyond the
+// largest one, which "3.4028235e38" just passes.
 float NarrowToFloat(double value) {
-  constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  constexpr double kLargest = static_cast<double>(std::numeric_limits<float>::max());
-  if (value > kLargest) {
-    return kInfinity;
+  constexpr float kLargest = std::numeric_limits<float>::max();
+  constexpr double kNearerToInfinity = 0x1.ffffffp127;  // Half a step above kLargest.
+  if (!(std::abs(value) > static_cast<double>(kLargest))) {
+    return static_cast<float>(value);
   }
-  return value < -kLargest ? -kInfinity : static_cast<float>(value);
+  const float size =
+      std::abs(value) < kNearerToInfinity ? kLargest : std::numeric_limits<float>::infinity();
+  return value < 0.0 ? -size : size;
 }
 
 // The service's bit 1 becomes bit 0 and its bit 6 bit 1; the other bits mean nothing to a viewer.
@@ -163,11 +167,8 @@ void ReadLevels(const XmlNode& panorama, PanoramaData* record) {
   }
 }
 
-// The maps are read from the answer's root, so that a record inside a list can have none: looking
-// for them in the whole answer for each of its records would find nothing and take quadratic time.
-bool HasMaps(XmlNode* panorama) {
-  return panorama->parent == nullptr &&
-         XmlPathFinder().Find(panorama, QStringLiteral("panorama/model/depth_map")) != nullptr;
+bool HasDepthMap(XmlNode* panorama) {
+  return XmlPathFinder().Find(panorama, QStringLiteral("panorama/model/depth_map")) != nullptr;
 }
 
 // The record without its maps; null if there is none.
@@ -208,8 +209,10 @@ void PanoramaXMLParser::Parse(const QByteArray& xml, mmvector<RefPtr<PanoramaDat
     if (!record) {
       continue;
     }
-    if (HasMaps(node)) {
-      ReadDepthAndPano(node, record.get());  // The answer's tree is at hand, so it is read once.
+    // The maps are read from the answer's root, so that a record inside a list can have none. The
+    // answer's tree is at hand, so it is read once.
+    if (node->parent == nullptr && HasDepthMap(node)) {
+      ReadDepthAndPano(node, record.get());
     }
     result->push_back(std::move(record));
   }
@@ -217,7 +220,7 @@ void PanoramaXMLParser::Parse(const QByteArray& xml, mmvector<RefPtr<PanoramaDat
 
 RefPtr<PanoramaData> PanoramaXMLParser::ParsePanorama(XmlNode* node, const QByteArray& xml) {
   RefPtr<PanoramaData> record = ReadRecord(node);
-  if (record && HasMaps(node)) {
+  if (record && HasDepthMap(node)) {
     ParseDepthAndPano(xml, record.get());
   }
   return record;

@@ -46,8 +46,8 @@ class PELORIN_EXPORT PanoramaXMLParser {
   static void Parse(const QByteArray& xml, mmvector<RefPtr<PanoramaData>>* result);
 
   /// The record of one `panorama` element; null for any other element, for one without
-  /// `data_properties` and for a null `node`. `xml` is the whole answer that `node` comes from. The
-  /// two maps are those of the answer's root, so that a record inside a list has none.
+  /// `data_properties` and for a null `node`. `xml` is the whole answer that `node` comes from: if
+  /// `node` has a depth map, `xml` is read once more for the two maps, which are those of its root.
   static RefPtr<PanoramaData> ParsePanorama(XmlNode* node, const QByteArray& xml);
 };
 

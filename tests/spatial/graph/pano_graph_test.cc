@@ -180,6 +180,13 @@ TEST_F(PanoGraphTest, LeavesTheIndexEntryOfAMovedRecordWhereItWas) {
   EXPECT_TRUE(graph.GetClosestPanoToPoint({0.5, 0.5, 0.0}, 0.01).isNull());
 }
 
+TEST_F(PanoGraphTest, LeavesTheIndexEntryOfAReplacedRecordItsOldId) {
+  Add("A", {0.1, 0.1, 0.0});
+  graph.AddPano("A", MakeRecord("other", {0.5, 0.5, 0.0}).get());
+  EXPECT_EQ(graph.GetClosestPanoToPoint({0.1, 0.1, 0.0}, 0.01), "A");
+  EXPECT_TRUE(graph.GetClosestPanoToPoint({0.5, 0.5, 0.0}, 0.01).isNull());
+}
+
 TEST_F(PanoGraphTest, IndexesAnIdASecondTimeWhenItsRecordComesBackAfterBeingCleared) {
   Add("A", {0.1, 0.1, 0.0});
   graph.ClearPanoData("A");

@@ -266,6 +266,11 @@ TEST(DepthMapText, FillsTheWholeBuffer) {
   EXPECT_EQ(map->planes[255].distance, 3.0);
 }
 
+TEST(DepthMapText, IsReadNoFartherThanItsEnd) {
+  const QByteArray text = SmallPayload().ToText();
+  EXPECT_FALSE(ReadText(QByteArray::fromRawData(text.constData(), text.size() - 8)));
+}
+
 TEST(DepthMapText, ThatInflatesBeyondTheBufferGivesNothing) {
   const QByteArray bytes = SmallPayload().ToBytes();
   const QByteArray full = bytes + QByteArray(528392 - bytes.size(), 'x');

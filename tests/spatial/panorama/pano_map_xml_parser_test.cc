@@ -159,6 +159,11 @@ TEST(PanoMapText, ThatIsEmptyBrokenOrNoStreamGivesNothing) {
   EXPECT_FALSE(ReadText(SmallPayload().ToBytes().toBase64()));
 }
 
+TEST(PanoMapText, IsReadNoFartherThanItsEnd) {
+  const QByteArray text = SmallPayload().ToText();
+  EXPECT_FALSE(ReadText(QByteArray::fromRawData(text.constData(), text.size() - 8)));
+}
+
 TEST(PanoMapText, ThatInflatesBeyondTheBufferGivesNothing) {
   const QByteArray bytes = SmallPayload().ToBytes();
   const QByteArray full = bytes + QByteArray(140800 - bytes.size(), 'x');

@@ -348,6 +348,14 @@ TEST(PanoramaLinks, WithoutAnIdAreDropped) {
   EXPECT_EQ(record->links[1].pano_id, "c");
 }
 
+TEST(PanoramaLinks, KeepAnIdThatIsAZeroWidthBlank) {
+  const RefPtr<PanoramaData> record =
+      ParseOne(PanoramaElement("a").LinkXml("<link pano_id='&#xFEFF;'/>"));
+  ASSERT_TRUE(record);
+  ASSERT_EQ(record->links.size(), 1u);
+  EXPECT_EQ(record->links[0].pano_id, QString(QChar(0xFEFF)));
+}
+
 TEST(PanoramaLinks, AreOpaqueWhiteWithoutASoundColour) {
   const std::pair<const char*, std::uint32_t> cases[] = {{"", 0xFFFFFFFFu},
                                                          {"no colour", 0xFFFFFFFFu},
@@ -370,10 +378,14 @@ TEST(PanoramaLinks, AreOpaqueWhiteWithoutASoundColour) {
 }
 
 TEST(PanoramaLinks, HoldTheirHeadingInSinglePrecision) {
+  constexpr float kLargest = std::numeric_limits<float>::max();
   const std::pair<const char*, float> cases[] = {{"0.1", static_cast<float>(0.1)},
                                                  {"1e300", HUGE_VALF},
                                                  {"-1e300", -HUGE_VALF},
                                                  {"1e400", HUGE_VALF},
+                                                 {"3.4028235e38", kLargest},
+                                                 {"-3.4028235e38", -kLargest},
+                                                 {"3.4028236e38", HUGE_VALF},
                                                  {"abc", 0.0f},
                                                  {"1e-300", 0.0f}};
   for (const auto& [text, yaw] : cases) {
@@ -482,6 +494,17 @@ TEST(PanoramaMaps, AreFoundInTheFirstModelThatHasThem) {
       "<model/><model><depth_map>" + QString::fromLatin1(DepthText()) + "</depth_map></model>"));
   ASSERT_TRUE(record);
   EXPECT_NE(record->depthmap, nullptr);
+}
+
+TEST(PanoramaMaps, AreReadInASecondPassForANodeInsideAList) {
+  const XmlReader list(ListAnswer({PanoramaElement("a").DepthMap("x")}));
+  const QByteArray with_maps =
+      SingleAnswer(PanoramaElement("a").DepthMap(DepthText()).PanoMap(PanoText()));
+  const RefPtr<PanoramaData> record =
+      PanoramaXMLParser().ParsePanorama(list.GetRoot()->first_child, with_maps);
+  ASSERT_TRUE(record);
+  EXPECT_NE(record->depthmap, nullptr);
+  EXPECT_NE(record->panomap, nullptr);
 }
 
 TEST(PanoramaMaps, AreReadInASecondPassOnlyForAModel) {
