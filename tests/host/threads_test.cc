@@ -25,13 +25,18 @@ class RecordingJob : public WorkerThread::Job {
   int number_;
 };
 
-// Runs when the test lets it, and counts how many of its kind have died.
+// Tells that it runs, if it is to, ends when the test lets it, and counts how many of its kind have
+// died.
 class GatedJob : public WorkerThread::Job {
  public:
-  GatedJob(WorkerThread* thread, std::shared_future<void> gate, std::atomic<int>* deaths)
-      : Job("GatedJob", thread), gate_(std::move(gate)), deaths_(deaths) {}
+  GatedJob(WorkerThread* thread, std::shared_future<void> gate, std::atomic<int>* deaths,
+           std::promise<void>* started = nullptr)
+      : Job("GatedJob", thread), gate_(std::move(gate)), deaths_(deaths), started_(started) {}
   ~GatedJob() override { ++*deaths_; }
   void Run() override {
+    if (started_ != nullptr) {
+      started_->set_value();
+    }
     gate_.wait();
     unref();
   }
@@ -39,6 +44,7 @@ class GatedJob : public WorkerThread::Job {
  private:
   std::shared_future<void> gate_;
   std::atomic<int>* deaths_;
+  std::promise<void>* started_;
 };
 
 void Queue(WorkerThread* worker, WorkerThread::Job* job) {
@@ -77,9 +83,12 @@ TEST(WorkerThread, EndsEveryJobOnceWhetherItRanOrWasStillQueued) {
   const std::shared_future<void> opened = gate.get_future().share();
   std::atomic<int> deaths{0};
   auto* worker = new WorkerThread("dying", 1);
-  for (int i = 0; i < 3; ++i) {
+  std::promise<void> started;
+  Queue(worker, new GatedJob(worker, opened, &deaths, &started));
+  for (int i = 0; i < 2; ++i) {
     Queue(worker, new GatedJob(worker, opened, &deaths));
   }
+  started.get_future().wait();
   std::thread ending([worker] { delete worker; });
   EXPECT_EQ(deaths, 0);
   gate.set_value();
