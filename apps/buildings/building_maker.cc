@@ -71,12 +71,18 @@ std::vector<PlaneRing> RingsOnPlan(const Footprint& footprint, const Plan& plan)
   return rings;
 }
 
-BuildingParts PartsOf(const std::vector<Footprint>& footprints, const Plan& plan) {
+// Those of which something can be made: an outline does not give way to anything less.
+BuildingParts PartsOf(const std::vector<Footprint>& footprints, const Plan& plan,
+                      Tessellator* tessellator) {
   BuildingParts parts;
   for (const Footprint& footprint : footprints) {
     if (footprint.is_part) {
       try {
-        parts.Add(RingsOnPlan(footprint, plan));
+        std::vector<PlaneRing> rings = RingsOnPlan(footprint, plan);
+        bool repaired = false;
+        if (!tessellator->Cut(rings, &repaired).empty()) {
+          parts.Add(std::move(rings));
+        }
       } catch (const TessellationFault&) {
         // It is left out below, and told of there.
       }
@@ -95,7 +101,7 @@ BuildingResult MakeBuilding(const BuildingOptions& options, Footprints* footprin
   const Plan plan(result.origin);
   const double step = std::ldexp(1.0, -options.point_bits);
   Tessellator tessellator(step);
-  const BuildingParts building_parts = PartsOf(footprints->footprints, plan);
+  const BuildingParts building_parts = PartsOf(footprints->footprints, plan, &tessellator);
   const std::uint64_t total = footprints->footprints.size();
   std::uint64_t done = 0;
   for (const Footprint& footprint : footprints->footprints) {

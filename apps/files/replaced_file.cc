@@ -46,8 +46,9 @@ std::string EndOfLinks(std::filesystem::path path) {
 // mean to set it, for all threads, for a moment.
 int ReplacedFile::Begin(const std::string& name, std::unique_ptr<ReplacedFile>* file) {
   const std::string path = EndOfLinks(name);
+  // By the name itself: some links of the system lead to a pipe by a path that is none.
   struct stat old {};
-  const bool replaces = stat(path.c_str(), &old) == 0;
+  const bool replaces = stat(name.c_str(), &old) == 0;
   if (!replaces && errno == ELOOP) {
     return ELOOP;
   }
@@ -67,8 +68,9 @@ int ReplacedFile::Begin(const std::string& name, std::unique_ptr<ReplacedFile>* 
       return error;
     }
     file->reset(new ReplacedFile(path, partial_path, descriptor));
-    // A file system without modes is no reason to fail.
-    static_cast<void>(replaces && fchmod(descriptor, old.st_mode & 07777) != 0);
+    // Without the bits that lend somebody's rights: the new file can have another owner. A file
+    // system without modes is no reason to fail.
+    static_cast<void>(replaces && fchmod(descriptor, old.st_mode & 0777) != 0);
     return 0;
   }
   return EEXIST;

@@ -17,6 +17,8 @@ constexpr int kMaxDepth = 32;
 // Of one feature, or of all that is no feature; some hundreds of megabytes in memory.
 constexpr std::size_t kMaxValues = 5000000;
 
+constexpr char kNoFeature[] = "geometry";
+
 const Json kNothing;
 
 const Json& Member(const Json& object, const char* key) {
@@ -97,11 +99,14 @@ class Walk {
     }
     const Json& geometry = Member(feature, "geometry");
     const Json& properties = Member(feature, "properties");
+    bool is_shape = true;
     if (geometry.is_null()) {
       Tell(Kind::kOther, kNothing, properties);
-      return true;
+    } else {
+      is_shape = Visit(geometry, properties, depth + 1);
     }
-    return Visit(geometry, properties, depth + 1);
+    name_ = kNoFeature;
+    return is_shape;
   }
 
   bool TellGeometry(const std::string& type, const Json& geometry, const Json& properties) {
@@ -126,7 +131,7 @@ class Walk {
 
   const GeoJsonHandlers& handlers_;
   std::uint64_t feature_ = 0;
-  std::string name_ = "geometry";
+  std::string name_ = kNoFeature;
 };
 
 struct TooManyValues {};
@@ -144,22 +149,28 @@ class Entries {
       is_features_ = depth == 1 ? parsed == "features" : is_features_;
       return true;
     }
+    if (depth == 1) {
+      is_list_ = is_features_ && event == Event::array_start;
+    }
+    const bool is_inside = is_list_ && depth > 1;
     const bool is_end = event == Event::object_end || event == Event::array_end;
-    if (!is_end && ++values_ > kMaxValues) {
+    if (!is_end && ++(is_inside ? values_inside_ : values_outside_) > kMaxValues) {
       throw TooManyValues();
     }
-    if (!is_features_ || depth != 2 || !(is_end || event == Event::value)) {
+    if (!is_inside || depth != 2 || !(is_end || event == Event::value)) {
       return true;
     }
     walk_->VisitEntry("features", parsed, kNothing, 1);
-    values_ = 0;
+    values_inside_ = 0;
     return false;
   }
 
  private:
   Walk* walk_;
   bool is_features_ = false;
-  std::size_t values_ = 0;
+  bool is_list_ = false;
+  std::size_t values_inside_ = 0;
+  std::size_t values_outside_ = 0;
 };
 
 }  // namespace

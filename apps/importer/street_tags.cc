@@ -20,6 +20,8 @@ struct StreetClass {
   double half_width_m;
 };
 
+constexpr std::string_view kBlanks = " \t\r\n";
+
 constexpr std::uint32_t kMainArgb = 0xFFF2C14E;
 constexpr std::uint32_t kMiddleArgb = 0xFFF7E7A1;
 constexpr std::uint32_t kStreetArgb = 0xFFFFFFFF;
@@ -105,17 +107,21 @@ std::optional<Street> StreetFromTags(const StreetTags& tags) {
 }
 
 std::string SeenDate(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string::npos) {
+    return "";
+  }
+  const std::size_t end = std::min(text.find('T', first), text.find_first_of(kBlanks, first));
   vortan::JpegCommentDate date;
-  return ParseDate(text.substr(0, text.find_first_of("T ")), &date) ? DateForPeople(date) : "";
+  return ParseDate(text.substr(first, end - first), &date) ? DateForPeople(date) : "";
 }
 
 std::optional<double> NumberFromText(const std::string& text) {
-  const std::string_view blanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(blanks);
+  const std::size_t first = text.find_first_not_of(kBlanks);
   if (first == std::string::npos) {
     return std::nullopt;
   }
-  const std::size_t last = text.find_last_not_of(blanks) + 1;
+  const std::size_t last = text.find_last_not_of(kBlanks) + 1;
   // A plus sign is common in coordinates, but unknown to the conversion.
   const char* begin = text.data() + first + (text[first] == '+' ? 1 : 0);
   double value = 0.0;

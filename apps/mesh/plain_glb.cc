@@ -35,6 +35,12 @@ bool StartsWith(const std::string& text, std::string_view start) {
   return text.compare(0, start.size(), start) == 0;
 }
 
+// The reader takes the second for the mark of a URI that it has cut up already, and believes what
+// follows.
+bool IsDataUri(const std::string& text) {
+  return StartsWith(text, "data:") || StartsWith(text, "\x10");
+}
+
 // The members of documents, with what they must be.
 
 const Json* Find(const Json& object, const char* key) {
@@ -355,10 +361,10 @@ class Rewriter {
     for (std::size_t i = 0; i < images.size(); ++i) {
       const Json& image = Entry(images, i, "image");
       std::string name = Text(image, "uri");
-      if (name.empty() || StartsWith(name, "data:")) {
+      if (name.empty() || IsDataUri(name)) {
         const std::string number = "*" + std::to_string(inside++);
         name = Text(image, "name");
-        name = name.empty() ? number : name;
+        name = name.empty() || IsDataUri(name) ? number : name;
       }
       names.push_back(std::move(name));
     }

@@ -117,6 +117,18 @@ TEST_F(BuildingMaker, LetsThePartsThatCoverAnOutlineStandForIt) {
   EXPECT_EQ(polygon(2).z(), 9.0);
 }
 
+TEST_F(BuildingMaker, KeepsAnOutlineWhosePartsAreTooThinToBeMade) {
+  const Footprint house = House({52.0, 13.0}, 20.0);
+  footprints_.footprints = {house};
+  for (int i = 0; i < 100; ++i) {
+    footprints_.footprints.push_back(PartOf(house, i / 100.0, (i + 1) / 100.0));
+  }
+  options_.point_bits = -1;
+  const BuildingResult result = Make();
+  EXPECT_EQ(result.replaced, 0u);
+  EXPECT_GT(result.left_out, 0u);
+}
+
 TEST_F(BuildingMaker, KeepsAnOutlineWithPartsInASmallShareOfIt) {
   const Footprint house = House({52.0, 13.0}, 20.0);
   // The same part thrice covers no more than once.

@@ -71,6 +71,11 @@ TEST_F(ReplacedFileTest, IsForFilesAlone) {
   ASSERT_EQ(mkfifo(folder_.File("pipe").c_str(), 0600), 0);
   EXPECT_EQ(ReplacedFile::Begin(folder_.File("pipe"), &file), EEXIST);
   EXPECT_EQ(ReplacedFile::Begin(folder_.File("none/a"), &file), ENOENT);
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  EXPECT_EQ(ReplacedFile::Begin("/proc/self/fd/" + std::to_string(ends[1]), &file), EEXIST);
+  close(ends[0]);
+  close(ends[1]);
   EXPECT_EQ(file, nullptr);
   EXPECT_EQ(folder_.Names().size(), 1u);
 }
@@ -80,6 +85,8 @@ TEST_F(ReplacedFileTest, HasTheRightsOfTheOldFileOrOfAnyNewOne) {
   EXPECT_EQ(ModeOf(Begin("new")->partial_path()), 0640u);
   chmod(folder_.Write("old", "").c_str(), 0604);
   EXPECT_EQ(ModeOf(Begin("old")->partial_path()), 0604u);
+  chmod(folder_.Write("lent", "").c_str(), 04755);
+  EXPECT_EQ(ModeOf(Begin("lent")->partial_path()), 0755u);
   umask(before);
 }
 

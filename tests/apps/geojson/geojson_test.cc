@@ -12,6 +12,15 @@ namespace {
 constexpr const char* kLine =
     R"({"type":"Feature","geometry":{"type":"LineString","coordinates":[[1,2],[3,4]]}})";
 
+// As many values as a list of them and itself.
+std::string Zeros(int count) {
+  std::string list = "[0";
+  for (int i = 1; i < count; ++i) {
+    list += ",0";
+  }
+  return list + "]";
+}
+
 class GeoJson : public testing::Test {
  protected:
   bool Read(const std::string& text) {
@@ -68,16 +77,33 @@ TEST_F(GeoJson, RefusesFeaturesThatAreNoList) {
 
 // A few bytes of text are some hundred bytes in memory.
 TEST_F(GeoJson, RefusesMoreValuesInOnePieceThanMemoryShouldHold) {
-  std::string values = "[";
-  for (int i = 0; i < 5000000; ++i) {
-    values += "0,";
-  }
-  values += "0]";
+  const std::string values = Zeros(5000001);
   const char* const expected = "more than 5000000 values in one piece; cut it into parts";
   EXPECT_FALSE(Read(values));
   EXPECT_EQ(error_, expected);
   EXPECT_FALSE(Read(R"({"type":"FeatureCollection","features":[)" + values + "]}"));
   EXPECT_EQ(error_, expected);
+}
+
+TEST_F(GeoJson, CountsWhatIsInsideAndOutsideOfItsFeaturesApart) {
+  const std::string zeros = Zeros(3000000);
+  EXPECT_TRUE(Read(R"({"type":"FeatureCollection","a":)" + zeros + R"(,"features":[{"b":)" + zeros +
+                   R"(},{"c":)" + zeros + "}]}"))
+      << error_;
+  EXPECT_FALSE(Read(R"({"type":"FeatureCollection","a":)" + zeros + R"(,"features":[1],"b":)" +
+                    zeros + "}"));
+}
+
+TEST_F(GeoJson, LeavesAnObjectCalledFeaturesAlone) {
+  EXPECT_TRUE(Read(R"({"type":"Point","features":{"type":"FeatureCollection","properties":[]}})"))
+      << error_;
+  EXPECT_TRUE(warnings_.empty());
+}
+
+TEST_F(GeoJson, NamesAGeometryBehindAFeatureByItself) {
+  ASSERT_TRUE(Read(std::string(R"({"type":"FeatureCollection","features":[)") + kLine +
+                   R"(,{"type":"Point","coordinates":[1,2]}]})"));
+  EXPECT_EQ(shapes_, (std::vector<std::string>{"feature 1", "geometry"}));
 }
 
 TEST_F(GeoJson, TakesAnyNumberOfFeatures) {

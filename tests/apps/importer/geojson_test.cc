@@ -38,6 +38,7 @@ TEST_F(GeoJsonImport, ALineHasTheFirstOfItsDates) {
            {R"({"date":"2024-05-17"})", "2024-05-17"},
            {R"({"capture_time":"2016-05-01T12:00:00.000Z"})", "2016-05-01"},
            {R"({"date":2024,"check_date":"2023"})", "2024"},
+           {R"({"date":" 2024-05\n"})", "2024-05"},
            {R"({"date":"last week","survey:date":"2023-07"})", "2023-07"},
            {R"({"date":"2023-02-30"})", ""},
            {R"({"date":["2023"]})", ""},

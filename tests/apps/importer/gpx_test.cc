@@ -44,7 +44,8 @@ TEST_F(GpxImport, ASegmentHasTheDayOfItsFirstPointWithATime) {
   };
   const ImportResult result = ImportText(
       "<gpx><metadata><time>2001-01-01T00:00:00Z</time></metadata><trk>" +
-      segment("7.0", "<time>2021-03-04T23:59:59Z</time>", "<time>2021-03-05T00:00:09Z</time>") +
+      segment("7.0", "<time>\n 2021-03-04T23:59:59Z\n</time>",
+              "<time>2021-03-05T00:00:09Z</time>") +
       segment("7.1", "<time>noon</time>", "<ele>4</ele><time>2022-06-07T10:00:00.5Z</time>") +
       segment("7.2", "", "<extensions><time>2020-01-01</time></extensions>") + "</trk></gpx>");
   ASSERT_EQ(result.status, ImportStatus::kDone) << result.error;

@@ -100,6 +100,10 @@ TEST(PlainGlb, NamesImagesInsideByTheirNameOrNumber) {
   EXPECT_EQ(texture_name({{"bufferView", 0}, {"mimeType", "image/png"}, {"name", "roof"}}), "roof");
   EXPECT_EQ(texture_name({{"bufferView", 0}, {"mimeType", "image/png"}}), "*0");
   EXPECT_EQ(texture_name({{"uri", "data:image/png;base64,AAAA"}}), "*0");
+  EXPECT_EQ(texture_name({{"bufferView", 0}, {"name", "data:image/png;base64,abc"}}), "*0");
+  // What the reader keeps for itself at the start of a URI.
+  EXPECT_EQ(texture_name({{"uri", "\x10\x01\x7f\x01\x7f"}, {"name", "roof"}}), "roof");
+  EXPECT_EQ(texture_name({{"bufferView", 0}, {"name", "\x10\x01"}}), "*0");
 }
 
 TEST(PlainGlb, RefusesCountsAndPlacesOutsideItsData) {
