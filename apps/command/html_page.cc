@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/command/html_page.h"
 
+#include <QString>
 #include <nlohmann/json.hpp>
 
 namespace pelorin {
@@ -22,8 +23,9 @@ std::string ScriptSafe(const nlohmann::ordered_json& data) {
 }
 
 std::string HtmlSafe(const std::string& text) {
+  // A file's name can be of any bytes; a page is UTF-8.
   std::string safe;
-  for (const char c : text) {
+  for (const char c : QString::fromStdString(text).toStdString()) {
     safe += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
   }
   return safe;

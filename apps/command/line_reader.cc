@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 namespace pelorin {
 namespace command {
@@ -62,6 +63,11 @@ bool LineReader::Next() {
     line_.pop_back();
   }
   ++number_;
+  // A byte order mark is no part of the first line.
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (number_ == 1 && line_.compare(0, kMark.size(), kMark) == 0) {
+    line_.erase(0, kMark.size());
+  }
   return true;
 }
 

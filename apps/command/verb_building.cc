@@ -11,6 +11,7 @@
 #include "apps/command/building/building_report.h"
 #include "apps/command/coordinates.h"
 #include "apps/command/input_file.h"
+#include "apps/command/number_check.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
 #include "apps/mesh/mesh_file.h"
@@ -197,26 +198,29 @@ void AddBuildingVerb(CLI::App& app, Session& session) {
                    "What is written; from the file's name (.zb is a stream) otherwise")
       ->check(CLI::IsMember({"stream", "glb", "obj", "html"}));
   verb->add_option("--points-bits", flags->point_bits,
-                   "Lengths are multiples of 2^-N metres; 8 unless given")
+                   "Lengths are multiples of 2^-N metres, N from -8 to 16; 8 unless given")
       ->type_name("N")
       ->check(CLI::Range(-8, 16).description(""));
   verb->add_option("--storey-height", flags->heights.level_height_m,
-                   "Metres of one of the building:levels; 3 unless given")
+                   "Metres of one of the building:levels, 0.1 to 100; 3 unless given")
       ->type_name("M")
-      ->check(CLI::Range(0.1, 100.0).description(""));
+      ->check(NumberFrom(0.1, 100.0));
   verb->add_option("--default-height", flags->heights.default_height_m,
-                   "Metres of a building without height and levels; 6 unless given")
+                   "Metres of a building without height and levels, 0.1 to 10000; 6 unless given")
       ->type_name("M")
-      ->check(CLI::Range(0.1, 10000.0).description(""));
+      ->check(NumberFrom(0.1, 10000.0));
   verb->add_option("--origin", flags->origin,
                    "Where lengths count from; the middle of the footprints unless given")
       ->type_name("LAT,LNG");
-  verb->add_option("--base", flags->base_m,
-                   "Height that the walls of a mesh go down to, in metres; 0 unless given")
+  verb->add_option(
+          "--base", flags->base_m,
+          "Height that the walls of a mesh go down to, -10000 to 10000 metres; 0 unless given")
       ->type_name("M")
-      ->check(CLI::Range(-10000.0, 10000.0).description(""));
-  verb->add_option("--attribution", flags->attribution,
-                   "Whose data it is, for the page; what the footprints say unless given")
+      ->check(NumberFrom(-10000.0, 10000.0));
+  verb->add_option(
+          "--attribution", flags->attribution,
+          "Whose data it is, for the page; what the footprints say unless given. A stream does "
+          "not say")
       ->type_name("TEXT");
   verb->add_flag("--json", flags->json, "The report as JSON, on standard output");
   verb->add_flag("--overwrite", flags->overwrite, "Replace the file if it is there");

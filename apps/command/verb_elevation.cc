@@ -3,7 +3,6 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +13,8 @@
 #include "apps/command/elevation/profile.h"
 #include "apps/command/elevation/profile_chart.h"
 #include "apps/command/format_choice.h"
+#include "apps/command/input_file.h"
+#include "apps/command/line_reader.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
 #include "apps/service/height_request.h"
@@ -80,7 +81,7 @@ Outcome CheckFlags(const ElevationFlags& flags, std::string* format) {
   const int sources = (flags.places.empty() ? 0 : 1) + (flags.input.empty() ? 0 : 1) +
                       (flags.track.empty() ? 0 : 1);
   if (sources != 1) {
-    return Outcome::Fail(ExitCode::kWrongUsage, "give places, or --input, or --track", "",
+    return Outcome::Fail(ExitCode::kWrongUsage, "give one of places, --input and --track", "",
                          "see 'pelorin elevation --help'");
   }
   if (Outcome outcome = ChooseFormat(flags.format, flags.json, flags.output, kFormats, format);
@@ -141,19 +142,15 @@ Outcome ReadRows(const ElevationFlags& flags, std::vector<Row>* rows) {
   if (flags.input.empty()) {
     return Outcome::Done();
   }
-  std::ifstream file;
-  if (flags.input != "-") {
-    file.open(flags.input);
-    if (!file) {
-      return Outcome::Fail(ExitCode::kDataError, "cannot be read", flags.input);
-    }
+  LineReader lines;
+  if (Outcome outcome = lines.Open(flags.input); !outcome.ok()) {
+    return outcome;
   }
-  std::istream& lines = flags.input == "-" ? std::cin : file;
-  const std::string name = flags.input == "-" ? "standard input" : flags.input;
-  for (std::string line; std::getline(lines, line);) {
-    rows->push_back(RowOf(line, name + ", line " + std::to_string(rows->size() + 1)));
+  const std::string name = InputName(flags.input);
+  while (lines.Next()) {
+    rows->push_back(RowOf(lines.line(), name + ", line " + std::to_string(lines.number())));
   }
-  return Outcome::Done();
+  return lines.status();
 }
 
 std::string RowsText(const std::vector<Row>& rows, const std::vector<double>& heights) {

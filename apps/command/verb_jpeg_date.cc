@@ -278,9 +278,11 @@ void AddJpegDateVerb(CLI::App& app, Session& session) {
                    "folder for several; each file in its place unless given")
       ->type_name("FILE");
   verb->add_flag("--overwrite", flags->overwrite, "Replace files that are there");
-  verb->footer("The image data and all other segments of a file stay as they are.\n\n"
-               "Examples: pelorin jpeg-date write tile.jpg --date 2017-12-31 -o dated.jpg\n"
-               "          pelorin jpeg-date list photos --require -o coverage.kml");
+  verb->footer(
+      "The image data and all other segments of a file stay as they are. Dates are told as they\n"
+      "stand in comments, YYYY:MM:DD with zeros for what is not known.\n\n"
+      "Examples: pelorin jpeg-date write tile.jpg --date 2017-12-31 -o dated.jpg\n"
+      "          pelorin jpeg-date list photos --require -o coverage.kml");
   verb->callback([flags, &session] { session.outcome = Run(*flags, session); });
 }
 

@@ -6,10 +6,12 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "apps/buildings/stream_file.h"
 #include "apps/command/input_file.h"
 #include "apps/command/mesh_report.h"
+#include "apps/command/number_check.h"
 #include "apps/command/obj_files.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
@@ -75,10 +77,14 @@ Outcome ReadBytes(const std::string& path, const std::string& said, std::string*
 }
 
 Outcome ReadShape(const std::string& path, const std::string& bytes, MeshFormat format,
-                  Shape* shape) {
+                  const Session& session, Shape* shape) {
   std::string error;
-  if (!mesh::ReadMeshFile(bytes, path, format, shape, &error)) {
+  std::vector<std::string> warnings;
+  if (!mesh::ReadMeshFile(bytes, path, format, shape, &error, &warnings)) {
     return DataError(error, InputName(path));
+  }
+  for (const std::string& warning : warnings) {
+    session.Tell("pelorin mesh: warning: " + InputName(path) + ": " + warning);
   }
   return Outcome::Done();
 }
@@ -113,7 +119,7 @@ Outcome RunEncode(const MeshFlags& flags, const Session& session) {
     return outcome;
   }
   Shape shape;
-  if (Outcome outcome = ReadShape(flags.input, bytes, format, &shape); !outcome.ok()) {
+  if (Outcome outcome = ReadShape(flags.input, bytes, format, session, &shape); !outcome.ok()) {
     return outcome;
   }
   mesh::CodedMesh coded;
@@ -162,8 +168,8 @@ Outcome RunDecode(const MeshFlags& flags) {
 
 /// Of a stream: what it holds, its sections if it is as our encoder would write it, and its
 /// distance from --source. `*before` becomes the source.
-Outcome ReportStream(const MeshFlags& flags, const std::string& bytes, MeshReport* report,
-                     Shape* before, Shape* after) {
+Outcome ReportStream(const MeshFlags& flags, const Session& session, const std::string& bytes,
+                     MeshReport* report, Shape* before, Shape* after) {
   std::string error;
   if (!mesh::DecodeMesh(bytes, after, &report->settings, &error)) {
     return DataError(error, InputName(flags.input));
@@ -182,7 +188,7 @@ Outcome ReportStream(const MeshFlags& flags, const std::string& bytes, MeshRepor
   if (Outcome outcome = ReadBytes(flags.source, "", &source, &format); !outcome.ok()) {
     return outcome;
   }
-  if (Outcome outcome = ReadShape(flags.source, source, format, before); !outcome.ok()) {
+  if (Outcome outcome = ReadShape(flags.source, source, format, session, before); !outcome.ok()) {
     return outcome;
   }
   mesh::MeshError distance;
@@ -195,9 +201,9 @@ Outcome ReportStream(const MeshFlags& flags, const std::string& bytes, MeshRepor
 }
 
 /// Of a mesh: what its stream under the flags would be.
-Outcome ReportMesh(const MeshFlags& flags, const std::string& bytes, MeshFormat format,
-                   MeshReport* report, Shape* before, Shape* after) {
-  if (Outcome outcome = ReadShape(flags.input, bytes, format, before); !outcome.ok()) {
+Outcome ReportMesh(const MeshFlags& flags, const Session& session, const std::string& bytes,
+                   MeshFormat format, MeshReport* report, Shape* before, Shape* after) {
+  if (Outcome outcome = ReadShape(flags.input, bytes, format, session, before); !outcome.ok()) {
     return outcome;
   }
   mesh::CodedMesh coded;
@@ -213,7 +219,7 @@ Outcome ReportMesh(const MeshFlags& flags, const std::string& bytes, MeshFormat 
   return Outcome::Done();
 }
 
-Outcome RunInfo(const MeshFlags& flags) {
+Outcome RunInfo(const MeshFlags& flags, const Session& session) {
   if (Outcome outcome = CheckMayWrite(flags.output, flags.overwrite); !outcome.ok()) {
     return outcome;
   }
@@ -232,8 +238,9 @@ Outcome RunInfo(const MeshFlags& flags) {
     return Outcome::Fail(ExitCode::kWrongUsage, "a page needs the mesh before coding too",
                          flags.input, "give --source FILE");
   }
-  if (Outcome outcome = stream ? ReportStream(flags, bytes, &report, &before, &after)
-                               : ReportMesh(flags, bytes, format, &report, &before, &after);
+  if (Outcome outcome = stream
+                            ? ReportStream(flags, session, bytes, &report, &before, &after)
+                            : ReportMesh(flags, session, bytes, format, &report, &before, &after);
       !outcome.ok()) {
     return outcome;
   }
@@ -250,7 +257,7 @@ Outcome RunValidate(const MeshFlags& flags, const Session& session) {
     return outcome;
   }
   Shape shape;
-  if (Outcome outcome = ReadShape(flags.input, bytes, format, &shape); !outcome.ok()) {
+  if (Outcome outcome = ReadShape(flags.input, bytes, format, session, &shape); !outcome.ok()) {
     return outcome;
   }
   session.Tell(InputName(flags.input) + ": a valid mesh, " +
@@ -265,11 +272,11 @@ Outcome Run(const MeshFlags& flags, const Session& session) {
   if (flags.action == "decode") {
     return RunDecode(flags);
   }
-  return flags.action == "info" ? RunInfo(flags) : RunValidate(flags, session);
+  return flags.action == "info" ? RunInfo(flags, session) : RunValidate(flags, session);
 }
 
 void AddPrecision(CLI::App& verb, const std::string& names, const std::string& what, int* bits) {
-  verb.add_option(names, *bits, "Bits of precision for " + what + "; 8 unless given")
+  verb.add_option(names, *bits, "Bits of precision for " + what + ", -32 to 31; 8 unless given")
       ->type_name("N")
       ->check(CLI::Range(-32, 31).description(""))
       ->group("Stream");
@@ -305,7 +312,7 @@ void AddMeshVerb(CLI::App& app, Session& session) {
   verb->add_option("--max-error", flags->max_error,
                    "Pick the bits that keep every point this close, in the mesh's units")
       ->type_name("LENGTH")
-      ->check(CLI::PositiveNumber.description(""))
+      ->check(NumberAboveZero())
       ->excludes("--points-bits")
       ->group("Stream");
   verb->add_flag("--optimize", flags->optimize, "Reorder triangles for size")->group("Stream");

@@ -13,8 +13,10 @@
 
 #include "apps/command/answer_signal.h"
 #include "apps/command/coordinates.h"
+#include "apps/command/number_check.h"
 #include "apps/command/output_file.h"
 #include "apps/command/pano_source.h"
+#include "apps/command/service_fault.h"
 #include "apps/command/verbs.h"
 #include "host/reference/network_statistics.h"
 #include "spatial/panorama/pano_map.h"
@@ -164,8 +166,10 @@ Outcome Ask(const PanoQuery& query, const PanoFlags& flags, const PanoSource& so
     return Outcome::Done();
   }
   return nimbara::net::GetNetworkStatistics().failed != failed_before
-             ? Outcome::Fail(ExitCode::kUnavailable, "the service does not answer", source.url(),
-                             "see that it runs and that the address is right")
+             ? FailureOf(source.service(),
+                         Outcome::Fail(ExitCode::kUnavailable, "the service does not answer",
+                                       source.url(),
+                                       "see that it runs and that the address is right"))
              : NothingThere(query, flags);
 }
 
@@ -360,9 +364,10 @@ void AddPanoVerb(CLI::App& app, Session& session) {
   verb->add_option("--at", flags->at, "The panorama nearest to this place")->type_name("LAT,LNG");
   verb->add_option("--tile", flags->tile, "All panoramas of this map tile: column, row, zoom")
       ->type_name("X,Y,Z");
-  verb->add_option("--radius", flags->radius_m, "Reach of --at in metres; 50 unless given")
+  verb->add_option("--radius", flags->radius_m,
+                   "Reach of --at in metres, 1 to 100000; 50 unless given")
       ->type_name("METRES")
-      ->check(CLI::Range(1.0, 100000.0).description(""));
+      ->check(NumberFrom(1.0, 100000.0));
   verb->add_option("--level", flags->level, "Only panoramas on this level, with --at")
       ->type_name("ID");
   AddPanoSourceFlags(*verb, &flags->source);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/command/format_choice.h"
+#include "apps/command/number_check.h"
 #include "apps/command/output_file.h"
 #include "apps/command/planets/dates.h"
 #include "apps/command/planets/planets_chart.h"
@@ -162,9 +163,10 @@ void AddPlanetsVerb(CLI::App& app, Session& session) {
   CLI::Option* const from =
       verb->add_option("--from", flags->from, "First date of a row of dates")->type_name("DATE");
   verb->add_option("--to", flags->to, "Last date of the row")->type_name("DATE");
-  verb->add_option("--step", flags->step_days, "Days between the dates of the row; 1 unless given")
+  verb->add_option("--step", flags->step_days,
+                   "Days between the dates of the row, 1e-6 to 1e7; 1 unless given")
       ->type_name("DAYS")
-      ->check(CLI::Range(1e-6, 1e7).description(""))
+      ->check(NumberFrom(1e-6, 1e7))
       ->needs(from);
   verb->add_option("--relative-to", flags->relative_to, "Body in the centre; the sun unless given")
       ->check(CLI::IsMember(Sky::Names()));

@@ -73,7 +73,8 @@ void AddRouteVerb(CLI::App& app, Session& session) {
       ->type_name("LAT,LNG")
       ->required();
   verb->add_option("--to", flags->to, "Where it ends")->type_name("LAT,LNG")->required();
-  verb->add_option("--max-hops", flags->max_hops, "Most panoramas in the walk; 1000 unless given")
+  verb->add_option("--max-hops", flags->max_hops,
+                   "Most panoramas in the walk, 1 to 1000000; 1000 unless given")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000).description(""));
   AddPanoSourceFlags(*verb, &flags->source);

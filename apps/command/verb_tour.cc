@@ -8,6 +8,7 @@
 #include <system_error>
 #include <vector>
 
+#include "apps/command/number_check.h"
 #include "apps/command/output_file.h"
 #include "apps/command/pano_source.h"
 #include "apps/command/tour/tour_files.h"
@@ -98,14 +99,15 @@ void AddTourVerb(CLI::App& app, Session& session) {
       ->type_name("TRACK.gpx")
       ->excludes(from)
       ->excludes(to);
-  verb->add_option("--max-hops", flags->max_hops, "Most panoramas in the walk; 1000 unless given")
+  verb->add_option("--max-hops", flags->max_hops,
+                   "Most panoramas in the walk, 1 to 1000000; 1000 unless given")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000).description(""));
   verb->add_option("--corridor", flags->half_width_m,
                    "Metres from the middle of a street to the edge of its corridor, 0.5 to 50; 3 "
                    "unless given")
       ->type_name("METRES")
-      ->check(CLI::Range(0.5, 50.0).description(""));
+      ->check(NumberFrom(0.5, 50.0));
   verb->add_option("--out", flags->folder,
                    "Folder for tour.kml and tour.html, made if need be; 'out' unless given")
       ->type_name("DIR");

@@ -156,7 +156,7 @@ void AddUtmVerb(CLI::App& app, Session& session) {
       ->type_name("FILE")
       ->excludes(point);
   verb->add_flag("-r,--reverse", flags->to_place, "From UTM to degrees");
-  verb->add_option("--zone", flags->zone, "Use this zone and not the point's own")
+  verb->add_option("--zone", flags->zone, "Use this zone, 1 to 60, and not the point's own")
       ->type_name("N")
       ->check(CLI::Range(1, 60).description(""));
   verb->add_option("-f,--format", flags->format, "How it is told; from the file's name otherwise")

@@ -21,10 +21,10 @@ bool StartsWith(const std::string& bytes, const char* mark) {
 }
 
 bool Read(const std::string& bytes, const std::string& path, MeshFormat format,
-          geometry3d::Shape* shape, std::string* error) {
+          geometry3d::Shape* shape, std::string* error, std::vector<std::string>* warnings) {
   switch (format) {
   case MeshFormat::kObj:
-    return ReadObj(bytes, path.substr(0, path.rfind('/') + 1), shape, error);
+    return ReadObj(bytes, path.substr(0, path.rfind('/') + 1), shape, error, warnings);
   case MeshFormat::kPly:
     if (!CheckPly(bytes, error)) {
       return false;
@@ -93,8 +93,9 @@ std::string NameOfFormat(MeshFormat format) {
 }
 
 bool ReadMeshFile(const std::string& bytes, const std::string& path, MeshFormat format,
-                  geometry3d::Shape* shape, std::string* error) {
-  if (!Read(bytes, path, format, shape, error)) {
+                  geometry3d::Shape* shape, std::string* error,
+                  std::vector<std::string>* warnings) {
+  if (!Read(bytes, path, format, shape, error, warnings)) {
     return false;
   }
   if (!IsFinite(*shape)) {

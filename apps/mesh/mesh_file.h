@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "util/geometry3d/mesh/shape.h"
 
@@ -23,9 +24,11 @@ std::string NameOfFormat(MeshFormat format);
 
 /// Reads the bytes of a mesh file that stood at `path` (for the material libraries beside it) into
 /// an empty shape, which is then valid, finite and has at least one face or line. False with a
-/// reason in `*error`; `*shape` is then of no use.
+/// reason in `*error`; `*shape` is then of no use. What is missing without harm, such as a material
+/// library, is appended to `*warnings`, which may be null.
 bool ReadMeshFile(const std::string& bytes, const std::string& path, MeshFormat format,
-                  geometry3d::Shape* shape, std::string* error);
+                  geometry3d::Shape* shape, std::string* error,
+                  std::vector<std::string>* warnings = nullptr);
 
 /// What a material is called in files; in a shape it has a position and no name.
 std::string MaterialName(std::size_t position);

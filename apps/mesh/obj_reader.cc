@@ -4,6 +4,9 @@
 #define TINYOBJLOADER_USE_DOUBLE
 #include <tiny_obj_loader.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -139,8 +142,35 @@ std::size_t CountWords(std::string_view text) {
   return words;
 }
 
+// What is wrong with the numbers behind `word`, to follow "line 7 "; empty if nothing is. The
+// library would take 0 for a number that it cannot read.
+std::string NumbersFault(std::string_view word, std::string_view rest) {
+  const std::size_t least = word == "v" || word == "vn" ? 3 : word == "vt" ? 1 : 0;
+  if (least == 0) {
+    return "";
+  }
+  std::size_t count = 0;
+  for (std::size_t at = rest.find_first_not_of(kBlanks); at != std::string_view::npos;
+       at = rest.find_first_not_of(kBlanks, at)) {
+    if (rest[at] == '#') {
+      break;
+    }
+    const std::size_t end = std::min(rest.find_first_of(kBlanks, at), rest.size());
+    at += rest[at] == '+' ? 1 : 0;
+    double number = 0.0;
+    const auto [stop, fault] = std::from_chars(rest.data() + at, rest.data() + end, number);
+    if (fault != std::errc() || stop != rest.data() + end || !std::isfinite(number)) {
+      return "has a number that is none";
+    }
+    ++count;
+    at = end;
+  }
+  return count < least ? "has too few numbers" : "";
+}
+
 // The text without its tags of subdivision surfaces: they tell nothing of the mesh, and the library
-// makes room for as many as they claim to be. False for a face that the library would cut.
+// makes room for as many as they claim to be. False for a face that the library would cut and
+// for a number that it would make 0.
 bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
   taken->reserve(text.size());
   for (std::size_t number = 1; !text.empty(); ++number) {
@@ -149,14 +179,16 @@ bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
     if (text.substr(line.size(), 2) == "\r\n") {
       ++end;
     }
-    const std::size_t begin = line.find_first_not_of(kBlanks);
-    const std::string_view word =
-        begin == std::string_view::npos
-            ? std::string_view()
-            : line.substr(begin, line.find_first_of(kBlanks, begin) - begin);
+    const std::string_view words =
+        line.substr(std::min(line.find_first_not_of(kBlanks), line.size()));
+    const std::string_view word = words.substr(0, words.find_first_of(kBlanks));
     if (word == "f" && CountWords(line) > kMostCorners + 1) {
       *error = "the face in line " + std::to_string(number) + " has more than " +
                std::to_string(kMostCorners) + " corners";
+      return false;
+    }
+    if (const std::string fault = NumbersFault(word, words.substr(word.size())); !fault.empty()) {
+      *error = "line " + std::to_string(number) + " " + fault;
       return false;
     }
     if (word != "t") {
@@ -171,7 +203,8 @@ bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
 // Reads the libraries in one folder. What is no plain file might never end.
 class LibraryReader : public tinyobj::MaterialReader {
  public:
-  explicit LibraryReader(const std::string& folder) : folder_(folder) {}
+  LibraryReader(const std::string& folder, std::vector<std::string>* warnings)
+      : folder_(folder), warnings_(warnings) {}
 
   bool operator()(const std::string& name, std::vector<tinyobj::material_t>* materials,
                   std::map<std::string, int>* places, std::string* warning,
@@ -180,6 +213,9 @@ class LibraryReader : public tinyobj::MaterialReader {
     std::error_code code;
     if (!std::filesystem::is_regular_file(path, code) ||
         std::filesystem::file_size(path, code) > kMostLibraryBytes) {
+      if (warnings_ != nullptr) {
+        warnings_->push_back("its material library " + name + " cannot be read");
+      }
       return false;
     }
     std::ifstream file(path);
@@ -189,6 +225,7 @@ class LibraryReader : public tinyobj::MaterialReader {
 
  private:
   const std::string folder_;
+  std::vector<std::string>* warnings_;
 };
 
 std::string FirstLine(const std::string& text) {
@@ -197,7 +234,8 @@ std::string FirstLine(const std::string& text) {
 
 }  // namespace
 
-bool ReadObj(const std::string& text, const std::string& folder, Shape* shape, std::string* error) {
+bool ReadObj(const std::string& text, const std::string& folder, Shape* shape, std::string* error,
+             std::vector<std::string>* warnings) {
   tinyobj::attrib_t attributes;
   std::vector<tinyobj::shape_t> parts;
   std::vector<tinyobj::material_t> materials;
@@ -208,7 +246,7 @@ bool ReadObj(const std::string& text, const std::string& folder, Shape* shape, s
     return false;
   }
   std::istringstream stream(lines);
-  LibraryReader libraries(folder);
+  LibraryReader libraries(folder, warnings);
   const bool read = tinyobj::LoadObj(&attributes, &parts, &materials, &warning, &fault, &stream,
                                      &libraries, /*triangulate=*/false);
   if (!read) {

@@ -83,6 +83,10 @@ class PanoramaService::Impl {
     result.open_connections = server_.CountConnections();
     return result;
   }
+  std::string last_data_error() const {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    return last_data_error_;
+  }
 
  private:
   void Serve(const Request& request, Response* answer);
@@ -117,6 +121,7 @@ class PanoramaService::Impl {
 
   mutable std::mutex mutex_;  // Guards the two members below; held while server_'s is taken.
   ServiceStatistics statistics_;
+  std::string last_data_error_;
   std::unordered_map<std::string, std::uint64_t> repeats_;
 
   std::once_flag stopped_;
@@ -150,6 +155,10 @@ void PanoramaService::Impl::RefuseRequest(int status, const std::string& line, R
 
 void PanoramaService::Impl::RefuseData(const std::string& error, Response* answer) {
   Count(&ServiceStatistics::data_errors);
+  {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    last_data_error_ = error;
+  }
   SetLine(500, "the dataset cannot be read: " + error, answer);
 }
 
@@ -464,6 +473,10 @@ std::string PanoramaService::url() const {
 
 ServiceStatistics PanoramaService::statistics() const {
   return impl_->statistics();
+}
+
+std::string PanoramaService::last_data_error() const {
+  return impl_->last_data_error();
 }
 
 void PanoramaService::Stop() {

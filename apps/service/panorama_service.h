@@ -103,6 +103,8 @@ class PanoramaService {
   std::string url() const;
   /// The statistics at this moment, or at the end of a stopped service.
   ServiceStatistics statistics() const;
+  /// What was wrong the last time that the dataset could not be read; empty if it always could.
+  std::string last_data_error() const;
 
   /// Ends the service: no new connection is taken, delays and stalls end, answers under way have
   /// half a second to leave, then every connection is closed. Returns when all threads have ended.

@@ -10,6 +10,7 @@
 
 #include "apps/command/elevation/awaited_query.h"
 #include "apps/command/pano_source.h"
+#include "apps/command/service_fault.h"
 #include "apps/service/height_request.h"
 #include "host/reference/network_shutdown.h"
 #include "spatial/geodesy/elevation_query.h"
@@ -186,7 +187,7 @@ Outcome HeightSource::FetchSome(const LatLng* places, std::size_t count,
     query->Await();
   }
   if (Outcome outcome = OutcomeOf(query->state(), url_); !outcome.ok()) {
-    return outcome;
+    return FailureOf(service_.get(), outcome);
   }
   // A float has seven digits: half a millimetre on the highest mountain.
   std::transform(query->heights().begin(), query->heights().end(), std::back_inserter(*heights),

@@ -223,17 +223,21 @@ std::string PlanetsChart(const PlanetsRequest& request, const Sky& sky) {
       Dates(request) + "</title>\n" + kHead +
       "<rect width=\"100%\" height=\"100%\" fill=\"#0b1022\"/>\n";
   svg += Text(kMargin, 42.0, "head", "The solar system around the " + request.relative_to);
-  svg +=
-      Text(kMargin, 66.0, "sub",
-           Dates(request) + " · seen from the north pole of the ecliptic, 0° towards the equinox "
-                            "of the date · dashed where south of the ecliptic");
+  std::string drawn;
+  for (const ChartPanel& panel : panels) {
+    drawn += PanelSvg(panel);
+  }
+  const bool has_dashes = drawn.find("class=\"south\"") != std::string::npos;
+  svg += Text(kMargin, 66.0, "sub",
+              Dates(request) +
+                  " · seen from the north pole of the ecliptic, 0° towards the "
+                  "equinox of the date" +
+                  (has_dashes ? " · dashed where south of the ecliptic" : ""));
   if (!std::all_of(request.dates.begin(), request.dates.end(), IsInUsefulRange)) {
     svg += Text(kWidth - kMargin, 42.0, "warning",
                 "outside of the years 1600 to 2399, for which the elements are meant", "end");
   }
-  for (const ChartPanel& panel : panels) {
-    svg += PanelSvg(panel);
-  }
+  svg += drawn;
   return svg + Cards(bodies, sky) + "</svg>\n";
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "apps/command/coordinates.h"
+#include "apps/command/service_fault.h"
 #include "apps/command/tour/far_apart.h"
 #include "apps/command/tour/graph_snapshot.h"
 #include "apps/command/tour/stop_depth_maps.h"
@@ -205,7 +206,11 @@ Outcome RunTour(const PanoSourceFlags& flags, const TourRequest& request, const 
   manager.Stop();
   const Counters end;
   if (!outcome.ok()) {
-    return outcome;
+    return FailureOf(source.service(), outcome);
+  }
+  if (request.track.empty() && !walk.reaches_goal()) {
+    session.Tell("warning: the walk ends before " + LatLngText(plan.to) +
+                 "; no links lead nearer within " + std::to_string(plan.max_hops) + " panoramas");
   }
   CopyGraph(graph, walk.path(), &made);
   CreditFirstCopyright(&made);

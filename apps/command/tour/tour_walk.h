@@ -71,6 +71,8 @@ class TourWalk {
 
   /// The walk; empty if it failed.
   const Path& path() const { return path_; }
+  /// Whether the walk ends at the panorama nearest to the plan's goal. `max_hops` can hold it back.
+  bool reaches_goal() const { return ReachesGoal(path_); }
   /// After `FollowTrack`: the panorama for each point of the track; see `PanoramasAlong`.
   const std::vector<QString>& along() const { return along_; }
   /// Requests that were refused, since the same was under way.

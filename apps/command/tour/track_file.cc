@@ -101,8 +101,9 @@ Outcome ReadTrack(const std::string& path, std::vector<TrackPoint>* track) {
     }
   }
   if (xml.hasError()) {
-    return Outcome::Fail(ExitCode::kDataError, xml.errorString().toStdString(),
-                         path + ", line " + std::to_string(xml.lineNumber()));
+    return Outcome::Fail(
+        ExitCode::kDataError, "not GPX, or damaged: " + xml.errorString().toStdString(),
+        path + ", line " + std::to_string(xml.lineNumber()), "give a recorded track");
   }
   const std::vector<RawPoint>& points = tracks.empty() ? routes : tracks;
   if (points.empty()) {

@@ -55,6 +55,15 @@ TEST_F(ElevationCommand, GivesJsonAndCsvOnRequest) {
   EXPECT_EQ(csv.out.rfind("lat,lng,height_m\n47.5000000,-24.5000000,", 0), 0u) << csv.out;
 }
 
+TEST_F(ElevationCommand, SaysThatItsInputCannotBeRead) {
+  std::filesystem::create_directory(Path("folder"));
+  for (const char* name : {"folder", "none"}) {
+    const CommandRun run = RunPelorin({"elevation", "-i", Path(name)});
+    EXPECT_EQ(run.exit_code, 1);
+    EXPECT_NE(run.err.find(std::string(name) + ": cannot be read"), std::string::npos) << run.err;
+  }
+}
+
 TEST_F(ElevationCommand, AnswersOneRowForEachLineAndGoesOnAfterABadOne) {
   Write(Path("places.txt"), "47.5,-24.5\nnowhere\n47.501,-24.501\n");
   const CommandRun run = RunPelorin({"elevation", "-i", Path("places.txt")});

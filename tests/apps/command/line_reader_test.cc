@@ -36,6 +36,14 @@ class LineReaderTest : public testing::Test {
 
 using Lines = std::vector<std::string>;
 
+TEST_F(LineReaderTest, LeavesOutAByteOrderMarkInFrontOfAll) {
+  EXPECT_EQ(LinesOf("\xEF\xBB\xBF"
+                    "a\n\xEF\xBB\xBF"
+                    "b"),
+            (Lines{"a", "\xEF\xBB\xBF"
+                        "b"}));
+}
+
 TEST_F(LineReaderTest, TakesEndsOfBothKindsAndNoneAtTheEnd) {
   EXPECT_EQ(LinesOf("a\nb\r\n\nc"), (Lines{"a", "b", "", "c"}));
   EXPECT_EQ(LinesOf("a\n"), Lines{"a"});

@@ -18,7 +18,7 @@ using geometry3d::Shape;
 using Indices = std::vector<int>;
 
 bool Read(const std::string& text, Shape* shape, std::string* error) {
-  return ReadObj(text, "no-such-folder/", shape, error);
+  return ReadObj(text, "no-such-folder/", shape, error, nullptr);
 }
 
 constexpr char kPools[] = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0.5 2 0\n"
@@ -152,6 +152,37 @@ TEST(Obj, RefusesAFaceOfMoreCornersThanItsReaderCounts) {
   EXPECT_EQ(error, "the face in line 302 has more than 255 corners");
 }
 
+TEST(Obj, RefusesNumbersThatAreNone) {
+  for (const char* line :
+       {"v nan 0 0", "v 0 inf 0", "v x 0 0", "v 1.5.5 0 0", "v 1e999 0 0", "vn 0 0 1,5", "vt u"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_FALSE(
+        Read(std::string("# none\n") + line + "\n" + kPools + "f 1 2 3\n", &shape, &error));
+    EXPECT_EQ(error, "line 2 has a number that is none") << line;
+  }
+  for (const char* line : {"v 1 zz", "v", "vn 1 2", "vt"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_FALSE(Read(std::string(line) + "\n" + kPools + "f 1 2 3\n", &shape, &error)) << line;
+  }
+  EXPECT_TRUE([] {
+    Shape shape;
+    std::string error;
+    return Read(std::string("v\t+1 -.5 1e-3 1.0 # one\r\nvt 1.\n") + kPools + "f 1 2 3\n", &shape,
+                &error);
+  }());
+}
+
+TEST(Obj, TellsOfALibraryThatCannotBeRead) {
+  Shape shape;
+  std::string error;
+  std::vector<std::string> warnings;
+  EXPECT_TRUE(ReadObj("mtllib city.mtl\nusemtl red\n" + std::string(kPools) + "f 1 2 3\n",
+                      "no-such-folder/", &shape, &error, &warnings));
+  EXPECT_EQ(warnings, std::vector<std::string>{"its material library city.mtl cannot be read"});
+}
+
 TEST(Obj, MakesNoRoomForTheTagsOfSubdivision) {
   for (const char* tag : {"t crease 2000000000/2000000000/2000000000 1 2 3\n",
                           " \tt crease 2000000000/0/0\r\n", "#\rt crease 2000000000/0/0\r"}) {
@@ -168,7 +199,7 @@ TEST(Obj, ReadsNoMaterialsFromWhatNeverEnds) {
     std::string error;
     EXPECT_TRUE(ReadObj("mtllib /dev/zero\nmtllib zero\nmtllib /\nusemtl red\n" +
                             std::string(kPools) + "f 1 2 3\n",
-                        folder, &shape, &error))
+                        folder, &shape, &error, nullptr))
         << error;
     EXPECT_TRUE(shape.materials().empty());
   }
