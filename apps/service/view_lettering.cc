@@ -115,7 +115,8 @@ void Write(const ViewScene& scene, Letterer* letterer) {
 std::vector<unsigned char> DrawLetters(const ViewScene& scene, const ViewPart& part, int width,
                                        int height) {
   const int stride = width * 4;
-  std::vector<unsigned char> letters(static_cast<std::size_t>(stride) * height);
+  std::vector<unsigned char> letters(static_cast<std::size_t>(stride) *
+                                     static_cast<std::size_t>(height));
   // The drawing library keeps its fonts and spare parts for all threads, and hands the latter over
   // by atomics, which no thread sanitizer can see in it. Behind a lock there is no doubt.
   static std::mutex one_pen;
