@@ -121,11 +121,8 @@ class PELORIN_EXPORT BitDecoder {
   /// fails without any effect.
   bool GetBits(int n, std::uint32_t* v) {
     if (!CanPeek() || static_cast<unsigned>(n) > 32) {
-      // The caller's variable stays in a register where nobody else takes its address.
-      std::uint32_t slow = 0;
-      const bool is_there = GetBitsSlow(n, &slow);
-      *v = is_there ? slow : *v;
-      return is_there;
+      return OnCopy(
+          v, [n](BitDecoder* copy, std::uint32_t* value) { return copy->GetBitsSlow(n, value); });
     }
     *v = static_cast<std::uint32_t>(Peek() & BitEncoder::mask_[static_cast<unsigned>(n)]);
     ConsumePeeked(n);
@@ -138,7 +135,8 @@ class PELORIN_EXPORT BitDecoder {
     // Bits above those in hand are zero, so a zero is always found; it may not be of the stream.
     const int ones = ~bits_ == 0 ? 64 : __builtin_ctzll(~bits_);
     if (ones >= num_bits_) {
-      return GetUnarySlow(n);
+      return OnCopy(
+          n, [](BitDecoder* copy, std::uint32_t* length) { return copy->GetUnarySlow(length); });
     }
     *n = static_cast<std::uint32_t>(ones) + 1;
     Consume(ones + 1);
@@ -158,7 +156,8 @@ class PELORIN_EXPORT BitDecoder {
         return true;
       }
     }
-    return GetGammaSlow(v);
+    return OnCopy(v,
+                  [](BitDecoder* copy, std::uint32_t* value) { return copy->GetGammaSlow(value); });
   }
 
   /// Bytes that were loaded, and bits of them not yet given out, 0 to 64. Their difference, in
@@ -194,6 +193,17 @@ class PELORIN_EXPORT BitDecoder {
     cursor_ += left < 0 ? sizeof(bits_) : 0;
     num_bits_ = left & 63;
     bits_ = LoadLittleEndian<std::uint64_t>(cursor_ - sizeof(bits_)) >> 1 >> (63 - num_bits_);
+  }
+  // The rare way on a copy of this: a decoder and a variable whose addresses nobody takes can stay
+  // in registers while one field is read after the other.
+  template <typename Read>
+  bool OnCopy(std::uint32_t* v, Read read) {
+    BitDecoder copy = *this;
+    std::uint32_t value = 0;
+    const bool is_there = read(&copy, &value);
+    *this = copy;
+    *v = is_there ? value : *v;
+    return is_there;
   }
   bool GetGammaSlow(std::uint32_t* v);
   bool GetBitsSlow(int n, std::uint32_t* v);
