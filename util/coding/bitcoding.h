@@ -202,7 +202,9 @@ class PELORIN_EXPORT BitDecoder {
     std::uint32_t value = 0;
     const bool is_there = read(&copy, &value);
     *this = copy;
-    *v = is_there ? value : *v;
+    if (is_there) {
+      *v = value;
+    }
     return is_there;
   }
   bool GetGammaSlow(std::uint32_t* v);
