@@ -107,13 +107,13 @@ class BitRunWriter {
 class BitRunReader {
  public:
   /// Bits of a `Peek` that are of the stream.
-  static constexpr int kPeekBits = 57;
+  static constexpr int kPeekBits = BitDecoder::kPeekBits;
 
   explicit BitRunReader(BitDecoder* decoder)
       : decoder_(decoder), start_(decoder->start_),
         end_(Limit(static_cast<std::size_t>(decoder->limit_ - decoder->start_))),
-        position_(decoder->bytes_loaded() * 8 - static_cast<std::size_t>(decoder->num_bits_)) {}
-  ~BitRunReader() { End(); }
+        position_(decoder->position()) {}
+  ~BitRunReader() { decoder_->MoveTo(position_); }
   BitRunReader(const BitRunReader&) = delete;
   BitRunReader& operator=(const BitRunReader&) = delete;
 
@@ -132,25 +132,8 @@ class BitRunReader {
   void Consume(int n) { position_ += static_cast<std::size_t>(n); }
 
  private:
-  // Where the last 16 bytes begin: before them a peek is within the data, and so is the load of
-  // eight bytes in which its last bit would have come from the decoder.
-  static std::size_t Limit(std::size_t size) { return size < 16 ? 0 : (size - 15) * 8; }
-
-  // The decoder loads eight bytes at a time, and only when it has too few bits in hand.
-  void End() {
-    const std::size_t loaded = decoder_->bytes_loaded() * 8;
-    if (position_ <= loaded) {
-      const int left = static_cast<int>(loaded - position_);
-      decoder_->Consume(decoder_->num_bits_ - left);
-      return;
-    }
-    const std::size_t loads = (position_ - loaded + 63) / 64;
-    const auto left = static_cast<unsigned>(loaded + loads * 64 - position_);
-    decoder_->cursor_ += loads * 8;
-    const auto word = LoadLittleEndian<std::uint64_t>(decoder_->cursor_ - 8);
-    decoder_->bits_ = left == 0 ? 0 : word >> (64 - left);
-    decoder_->num_bits_ = static_cast<int>(left);
-  }
+  // Behind the last place, in bits, from whose byte on there are eight.
+  static std::size_t Limit(std::size_t size) { return size < 8 ? 0 : (size - 7) * 8; }
 
   BitDecoder* decoder_;
   const char* start_;

@@ -124,6 +124,19 @@ void BitDecoder::Refill() {
   }
 }
 
+void BitDecoder::Settle() {
+  MoveTo(position());
+  if (num_bits_ < 0) {
+    const int taken = -num_bits_;
+    Refill();
+    Consume(taken);
+  } else if (cursor_ != start_ && (cursor_ - start_) % 8 == 0) {
+    // After a shorter load all reads are slow ones and have kept the bits up to date.
+    const auto word = LoadLittleEndian<std::uint64_t>(cursor_ - 8);
+    bits_ = num_bits_ == 0 ? 0 : word >> (64 - num_bits_);
+  }
+}
+
 bool BitDecoder::GetGammaSlow(std::uint32_t* v) {
   std::uint32_t length = 0;
   std::uint32_t low = 0;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "base/export.h"
 #include "base/little_endian.h"
@@ -125,21 +127,20 @@ class PELORIN_EXPORT BitDecoder {
           v, [n](BitDecoder* copy, std::uint32_t* value) { return copy->GetBitsSlow(n, value); });
     }
     *v = static_cast<std::uint32_t>(Peek() & BitEncoder::mask_[static_cast<unsigned>(n)]);
-    ConsumePeeked(n);
+    num_bits_ -= n;
     return true;
   }
 
   /// The length of a unary code: the one bits up to the first zero, which is consumed, plus one.
   /// More than 4294967295 count as that. False at the end, with `*n` as it was and nothing in hand.
   bool GetUnary(std::uint32_t* n) {
-    // Bits above those in hand are zero, so a zero is always found; it may not be of the stream.
-    const int ones = ~bits_ == 0 ? 64 : __builtin_ctzll(~bits_);
-    if (ones >= num_bits_) {
+    const int ones = CanPeek() ? CountOnes(Peek()) : kPeekBits;
+    if (ones >= kPeekBits) {
       return OnCopy(
           n, [](BitDecoder* copy, std::uint32_t* length) { return copy->GetUnarySlow(length); });
     }
     *n = static_cast<std::uint32_t>(ones) + 1;
-    Consume(ones + 1);
+    num_bits_ -= ones + 1;
     return true;
   }
 
@@ -148,11 +149,11 @@ class PELORIN_EXPORT BitDecoder {
   bool GetGamma(std::uint32_t* v) {
     if (CanPeek()) {
       const std::uint64_t word = Peek();
-      const int n = ~word == 0 ? 64 : __builtin_ctzll(~word);
-      if (n < 32) {
+      const int n = CountOnes(word);
+      if (2 * n + 1 <= kPeekBits) {
         const std::uint64_t mask = BitEncoder::mask_[static_cast<unsigned>(n)];
         *v = static_cast<std::uint32_t>((mask + 1) | ((word >> (n + 1)) & mask));
-        ConsumePeeked(2 * n + 1);
+        num_bits_ -= 2 * n + 1;
         return true;
       }
     }
@@ -162,8 +163,8 @@ class PELORIN_EXPORT BitDecoder {
 
   /// Bytes that were loaded, and bits of them not yet given out, 0 to 64. Their difference, in
   /// bits, is what was consumed.
-  std::size_t bytes_loaded() const { return static_cast<std::size_t>(cursor_ - start_); }
-  int bits_in_hand() const { return num_bits_; }
+  std::size_t bytes_loaded() const { return static_cast<std::size_t>(cursor_ - start_) + due(); }
+  int bits_in_hand() const { return num_bits_ + static_cast<int>(due()) * 8; }
   /// Whether nothing is left, so that every further read of a bit fails and changes nothing.
   bool at_end() const { return cursor_ == limit_ && num_bits_ == 0; }
 
@@ -174,25 +175,39 @@ class PELORIN_EXPORT BitDecoder {
  private:
   friend class BitRunReader;
 
-  // Whether the last load and the next one are of eight bytes, and there is a place for the bits of
-  // the next one behind those in hand.
+  // Bits of a `Peek` that are of the stream, wherever in a byte it begins.
+  static constexpr int kPeekBits = 57;
+
+  // Whether eight bytes are left from the byte of the next bit on. A count near the end of its type
+  // is settled first.
   bool CanPeek() const {
-    return static_cast<std::size_t>(limit_ - cursor_) >= sizeof(bits_) && cursor_ != start_ &&
-           num_bits_ < 64;
+    constexpr int kLeast = std::numeric_limits<int>::min() + 64;
+    return limit_ - next_byte() >= 8 && num_bits_ > kLeast;
   }
-  // The next 64 bits. Wants `CanPeek`, and so does the next.
+  // The next 57 bits, and up to 7 more that may be of the stream or zero. Wants `CanPeek`.
   std::uint64_t Peek() const {
-    return bits_ | (LoadLittleEndian<std::uint64_t>(cursor_) << num_bits_);
+    return LoadLittleEndian<std::uint64_t>(next_byte()) >> (-num_bits_ & 7);
   }
-  // Drops `n` of those, at most 63, and has made the load if they reached into it. Where that
-  // happens is as random as the widths are, so it is arithmetic and no branch. And as the bits in
-  // hand are the last of the last load, they are taken from there: one read need not wait for
-  // another's bits, but only for their number.
-  void ConsumePeeked(int n) {
-    const int left = num_bits_ - n;
-    cursor_ += left < 0 ? sizeof(bits_) : 0;
-    num_bits_ = left & 63;
-    bits_ = LoadLittleEndian<std::uint64_t>(cursor_ - sizeof(bits_)) >> 1 >> (63 - num_bits_);
+  const char* next_byte() const { return cursor_ + (-num_bits_ >> 3); }
+  static int CountOnes(std::uint64_t word) { return ~word == 0 ? 64 : __builtin_ctzll(~word); }
+
+  // Goes to a place farther on, counted in bits. The load that it makes due may be a shorter one,
+  // those before it are whole.
+  void MoveTo(std::size_t position) {
+    const auto loaded = static_cast<std::size_t>(cursor_ - start_) * 8;
+    if (position > loaded) {
+      cursor_ += (position - loaded - 1) / 64 * 8;
+    }
+    num_bits_ = static_cast<int>((cursor_ - start_) * 8 - static_cast<std::ptrdiff_t>(position));
+  }
+  std::size_t position() const {
+    return static_cast<std::size_t>((cursor_ - start_) * 8 - num_bits_);
+  }
+  // The bytes of the loads that are due.
+  std::size_t due() const {
+    const auto left = static_cast<std::size_t>(limit_ - cursor_);
+    return num_bits_ >= 0 ? 0
+                          : std::min(left, (static_cast<std::size_t>(-num_bits_) + 63) / 64 * 8);
   }
   // The rare way on a copy of this: a decoder and a variable whose addresses nobody takes can stay
   // in registers while one field is read after the other.
@@ -200,6 +215,7 @@ class PELORIN_EXPORT BitDecoder {
   bool OnCopy(std::uint32_t* v, Read read) {
     BitDecoder copy = *this;
     std::uint32_t value = 0;
+    copy.Settle();
     const bool is_there = read(&copy, &value);
     *this = copy;
     if (is_there) {
@@ -207,6 +223,8 @@ class PELORIN_EXPORT BitDecoder {
     }
     return is_there;
   }
+  // Makes the loads that are due and brings `bits_` up to date. The slow reads want that.
+  void Settle();
   bool GetGammaSlow(std::uint32_t* v);
   bool GetBitsSlow(int n, std::uint32_t* v);
   bool GetUnarySlow(std::uint32_t* n);
@@ -221,7 +239,10 @@ class PELORIN_EXPORT BitDecoder {
   const char* start_;
   const char* cursor_;
   const char* limit_;
-  // The low `num_bits_` bits are in hand, the next one lowest; the others are zero.
+  // The last loads up to `cursor_` left `num_bits_` bits in hand, which stand in the low bits of
+  // `bits_`, the next one lowest and zeros above. Far from the end reads only count `num_bits_`
+  // down and take their bits from the bytes: `bits_` is out of date then, and below 0 the count is
+  // of bits behind `cursor_` whose loads are due.
   std::uint64_t bits_ = 0;
   int num_bits_ = 0;
 };

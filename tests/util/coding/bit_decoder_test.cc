@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -279,6 +281,29 @@ TEST(BitDecoder, ReadsEveryPrefixOfAStreamWithoutTouchingMore) {
     }
     ASSERT_EQ(all, length == whole.size());
   }
+}
+
+TEST(BitDecoder, ReadsOnWhereAnIntCouldNotCountTheBits) {
+  constexpr std::size_t kSize = (std::size_t{1} << 28) + 12;
+  // Zero pages, of which only the last is written to.
+  const std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::calloc(kSize, 1)),
+                                                          &std::free);
+  ASSERT_NE(bytes, nullptr);
+  bytes.get()[kSize - 4] = 7;
+  BitDecoder decoder(bytes.get(), kSize);
+  std::uint32_t sum = 0;
+  for (std::size_t field = 0; field < kSize / 4 - 1; ++field) {
+    std::uint32_t v = 1;
+    ASSERT_TRUE(decoder.GetBits(32, &v));
+    sum += v;
+  }
+  EXPECT_EQ(sum, 0u);
+  EXPECT_EQ(decoder.bytes_loaded(), kSize - 4);
+  EXPECT_EQ(decoder.bits_in_hand(), 0);
+  std::uint32_t last = 0;
+  ASSERT_TRUE(decoder.GetBits(32, &last));
+  EXPECT_EQ(last, 7u);
+  EXPECT_TRUE(decoder.at_end());
 }
 
 }  // namespace
