@@ -266,6 +266,11 @@ int AnimatedShapeDecoder::GetCodecVersionFromBuffer(const std::string& buffer) {
 }
 
 bool AnimatedShapeDecoder::DecodeFromBuffer(const std::string& buffer, Shape* shape,
+                                            AnimationSet* animation_set) {
+  return DecodeFromBuffer(buffer, shape, animation_set, AllocationBudget::kUnlimited);
+}
+
+bool AnimatedShapeDecoder::DecodeFromBuffer(const std::string& buffer, Shape* shape,
                                             AnimationSet* animation_set, std::size_t budget_bytes) {
   const int codec_version = GetCodecVersionFromBuffer(buffer);
   if (codec_version < 0) {

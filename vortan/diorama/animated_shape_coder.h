@@ -123,10 +123,12 @@ class PELORIN_EXPORT AnimatedShapeDecoder {
 
   /// Decodes `buffer` by the version that it tells. False, with nothing touched, for another magic
   /// or an unknown version.
-  /// `budget_bytes` is what may be allocated for both, `std::bad_alloc` beyond it.
+  /// `budget_bytes` is what may be allocated for both, `std::bad_alloc` beyond it; without it there
+  /// is no limit.
   static bool DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape,
-                               geometry3d::AnimationSet* animation_set,
-                               std::size_t budget_bytes = AllocationBudget::kUnlimited);
+                               geometry3d::AnimationSet* animation_set);
+  static bool DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape,
+                               geometry3d::AnimationSet* animation_set, std::size_t budget_bytes);
 
   /// Starts at the first byte of `buffer`, which is not copied and must outlive this. Of one of
   /// more than 2^31 - 1 bytes only those are read.

@@ -66,9 +66,9 @@ class PELORIN_EXPORT BinaryEncoder {
   void WriteDouble(double value);
 
   /// The length of `s` in `num_bits` bits, then its bytes. Fatal check "str_size<max_size", where
-  /// `max_size` is 2^num_bits - 1: the longest string that fits is two below the range of the
-  /// field. Of a longer one the length is cut to the field and all bytes follow, which no reader
-  /// can follow.
+  /// `max_size` is 2^num_bits - 1. A longer string is written all the same: one of `max_size` bytes
+  /// still reads back; beyond that the length is cut to the field and all bytes follow, which no
+  /// reader can follow.
   void WriteString(const std::string& s, int num_bits);
   /// The length by `WriteVarUInt`, then the bytes; no limit below 2^32.
   void WriteVarString(const std::string& s, int group_bits);

@@ -149,6 +149,10 @@ int ShapeDecoder::GetCodecVersionFromBuffer(const std::string& buffer) {
   return VersionInHeader(buffer, ShapeEncoder::kMagicSignature);
 }
 
+bool ShapeDecoder::DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape) {
+  return DecodeFromBuffer(buffer, shape, AllocationBudget::kUnlimited);
+}
+
 bool ShapeDecoder::DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape,
                                     std::size_t budget_bytes) {
   const int codec_version = GetCodecVersionFromBuffer(buffer);

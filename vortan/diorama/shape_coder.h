@@ -143,9 +143,11 @@ class PELORIN_EXPORT ShapeDecoder {
   static int GetCodecVersionFromBuffer(const std::string& buffer);
 
   /// Decodes a stream of any version. False also for a header that is none of ours.
-  /// `budget_bytes` is what may be allocated for the shape, `std::bad_alloc` beyond it.
+  /// `budget_bytes` is what may be allocated for the shape, `std::bad_alloc` beyond it; without it
+  /// there is no limit.
+  static bool DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape);
   static bool DecodeFromBuffer(const std::string& buffer, geometry3d::Shape* shape,
-                               std::size_t budget_bytes = AllocationBudget::kUnlimited);
+                               std::size_t budget_bytes);
 
   /// The stream to decode. It is not copied and must outlive the decoding. Of one of more than
   /// 2^31 - 1 bytes only those are read.

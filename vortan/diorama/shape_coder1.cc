@@ -234,7 +234,7 @@ bool ShapeEncoder1::EncodeIndices(const std::vector<int>& indices) {
 
 bool ShapeDecoder1::DecodeShape(geometry3d::Shape* shape) {
   PELORIN_CHECK(shape);
-  if (shape == nullptr || !ReadHeader() || codec_version() > 2) {
+  if (!ReadHeader() || codec_version() > 2 || shape == nullptr) {
     return false;
   }
   if (!DecodePoints(shape->mutable_points()) || !DecodeNormals(shape->mutable_normals()) ||

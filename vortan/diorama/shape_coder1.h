@@ -18,7 +18,7 @@ namespace vortan {
 /// component whose quantised range takes more than 30 bits, an index array whose range takes more
 /// than 31 bits or whose smallest entry is above 2^30 - 1, pools and arrays of 2^30 entries and
 /// more, and a null material or index set. A texture URI of 65535 bytes or more is a failed check
-/// instead (see `BinaryEncoder::WriteString`), and its stream unreadable.
+/// instead (see `BinaryEncoder::WriteString`), and from 65536 on its stream is unreadable.
 ///
 /// Made by `ShapeEncoder::CreateEncoder`, which sets the version.
 class PELORIN_EXPORT ShapeEncoder1 : public ShapeEncoder {

@@ -136,10 +136,13 @@ bool ShapeEncoder3::EncodeOffsetIndices(const std::vector<int>& indices,
                                         std::vector<int>* index_map, int* next_index,
                                         std::vector<int>* order) {
   PELORIN_CHECK(index_map);
-  if (index_map == nullptr || indices.size() > kMaxIndices) {
+  if ((index_map == nullptr && !indices.empty()) || indices.size() > kMaxIndices) {
     return false;
   }
   encoder_.WriteVarUInt(static_cast<int>(indices.size()), kCountGroup);
+  if (indices.empty()) {
+    return true;
+  }
   // Positions are unsigned, so that they wrap where a shape has more indices than an `int` counts.
   auto last_delimiter = static_cast<std::uint32_t>(kNotYet);
   auto position = static_cast<std::uint32_t>(*next_index);
@@ -216,7 +219,7 @@ bool ShapeEncoder3::EncodeValues(const std::vector<ValueType>& values, int quant
 
 bool ShapeDecoder3::DecodeShape(geometry3d::Shape* shape) {
   PELORIN_CHECK(shape);
-  if (shape == nullptr || !ReadHeader() || codec_version() != 3) {
+  if (!ReadHeader() || codec_version() != 3 || shape == nullptr) {
     return false;
   }
   const auto material_count = static_cast<int>(decoder_.ReadVarUInt(kCountGroup));
@@ -240,9 +243,9 @@ bool ShapeDecoder3::DecodeShape(geometry3d::Shape* shape) {
 }
 
 void ShapeDecoder3::InitMaps() {
-  point_index_map_.assign(1, kDelimiter);
-  normal_index_map_.assign(1, kDelimiter);
-  tex_coord_index_map_.assign(1, kDelimiter);
+  point_index_map_.clear();
+  normal_index_map_.clear();
+  tex_coord_index_map_.clear();
   next_point_index_ = 0;
   next_normal_index_ = 0;
   next_tex_coord_index_ = 0;
@@ -286,6 +289,9 @@ bool ShapeDecoder3::DecodeOffsetIndices(std::vector<int>* index_map, int* next_i
   PELORIN_CHECK(indices);
   if (index_map == nullptr || indices == nullptr) {
     return false;
+  }
+  if (index_map->empty()) {
+    index_map->push_back(kDelimiter);
   }
   // A count below 0 becomes one that no vector can have, and ends in its length error.
   const auto count = static_cast<std::size_t>(static_cast<int>(decoder_.ReadVarUInt(kCountGroup)));

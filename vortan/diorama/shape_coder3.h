@@ -82,6 +82,8 @@ class PELORIN_EXPORT ShapeDecoder3 : public ShapeDecoder {
   void InitMaps();
   bool DecodeMaterial(geometry3d::Material* material);
   bool DecodeIndexSet(geometry3d::IndexSet* index_set);
+  /// `*index_map` is the history of one kind. Ahead of its entries stands a delimiter, for offsets
+  /// that reach to one place before the beginning; into an empty one it is put here.
   bool DecodeOffsetIndices(std::vector<int>* index_map, int* next_index, std::vector<int>* indices);
   template <typename ValueType>
   bool DecodeValues(std::vector<ValueType>* values, int* quantization_bits);

@@ -415,4 +415,82 @@ TEST(ShapeCoder1, LeavesTheCountersBehindAFailureAtZero) {
   EXPECT_EQ(encoder.stats().AsString(), "37 0 33 0 0 0 0 0 0 3 0 0 0 0 0");
 }
 
+TEST(ShapeCoder1, FailsBehindTheMinimaForAWideRangeInAnyComponentOfAnyPool) {
+  // By 31 bits half a unit is 2^30 steps, one too many.
+  for (const bool is_held : {true, false}) {
+    const float far = is_held ? std::nextafter(0.5f, 0.0f) : 0.5f;
+    const double far_point = is_held ? 0.4999999995 : 0.5;
+    for (int k = 0; k < 8; ++k) {
+      Shape shape;
+      if (k < 3) {
+        *shape.mutable_points() = {
+            {0, 0, 0}, {k == 0 ? far_point : 0, k == 1 ? far_point : 0, k == 2 ? far_point : 0}};
+      } else if (k < 6) {
+        *shape.mutable_normals() = {{0, 0, 0},
+                                    {k == 3 ? far : 0, k == 4 ? far : 0, k == 5 ? far : 0}};
+      } else {
+        *shape.mutable_tex_coords() = {{0, 0}, {k == 6 ? far : 0, k == 7 ? far : 0}};
+      }
+      Encoder encoder;
+      encoder.set_point_bits(31);
+      encoder.set_normal_bits(31);
+      encoder.set_tex_coord_bits(31);
+      EXPECT_EQ(encoder.EncodeShape(shape), is_held) << k;
+      if (!is_held) {
+        // Header, counts, 5 bits, unit and minima: 229 bits with each of them.
+        EXPECT_EQ(encoder.Written().size(), 29u) << k;
+      }
+    }
+  }
+}
+
+TEST(ShapeCoder1, TakesAUnitThatIsNotANumber) {
+  Shape shape;
+  *shape.mutable_points() = {{1, 2, 3}};
+  Encoder encoder;
+  encoder.set_point_unit(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_TRUE(encoder.EncodeShape(shape));
+}
+
+TEST(ShapeCoder1, DividesTheFullRangeByTheUnit) {
+  // By the reciprocal of the unit this place would be rounded to 0.
+  Shape shape;
+  *shape.mutable_points() = {{0, 0, 0}, {0.0013725490196078432, 0, 0}};
+  Encoder encoder;
+  encoder.set_point_unit(0.7);
+  Shape read;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(encoder.Stream(shape), &read));
+  EXPECT_EQ(read.points()[1].x, 1 / (255 / 0.7));
+}
+
+TEST(ShapeCoder1, ReadsInfinitiesForAPrecisionOfNoBits) {
+  StreamFields fields;
+  fields.Header(1).Bits(1, 32).Bits(0, 5).Double(1.0).Bits(1, 32).Bits(~0u, 32).Bits(0, 32);
+  fields.Bits(0, 15).Bits(0, 32).Bits(0, 32).Bits(0, 32).Bits(0, 32);
+  Shape read;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(fields.Stream(), &read));
+  EXPECT_EQ(read.points()[0].x, std::numeric_limits<double>::infinity());
+  EXPECT_EQ(read.points()[0].y, -std::numeric_limits<double>::infinity());
+  EXPECT_TRUE(std::isnan(read.points()[0].z));
+}
+
+TEST(ShapeCoder1, ReadsBackTheOneNameThatFailsTheCheckAndStillFits) {
+  test_support::LogRecorder log;
+  Shape shape;
+  shape.AddNewMaterial()->set_texture_uri(std::string(65535, 'x'));
+  shape.AddNewMaterial()->set_texture_uri("second");
+  Shape read;
+  ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(Encoder().Stream(shape), &read));
+  EXPECT_EQ(log.lines().size(), 1u);
+  EXPECT_EQ(read.materials()[0]->texture_uri().size(), 65535u);
+  EXPECT_EQ(read.materials()[1]->texture_uri(), "second");
+}
+
+TEST(ShapeCoder1, ReadsTheHeaderWithNowhereToPutTheShape) {
+  test_support::LogRecorder log;
+  const std::string stream("XE\1\0abc", 7);
+  EXPECT_FALSE(Decoder(stream).DecodeShape(nullptr));
+  EXPECT_EQ(log.lines(), (Lines{"3 Check failed: shape", "3 Check failed: codec_version>0 -1>0"}));
+}
+
 }  // namespace

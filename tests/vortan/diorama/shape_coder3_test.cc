@@ -385,15 +385,27 @@ TEST(ShapeCoder3, TakesTextureNamesOfAnyLength) {
   EXPECT_EQ(read.materials()[0]->texture_uri(), shape.materials()[0]->texture_uri());
 }
 
+TEST(ShapeCoder3, IsEqualOnlyWhereNoValueMoved) {
+  for (const double x : {1.0, 1.001}) {
+    Shape shape;
+    test_support::MakeTriangle(&shape);
+    (*shape.mutable_points())[1].x = x;
+    Shape read;
+    ASSERT_TRUE(ShapeDecoder::DecodeFromBuffer(Encoder().Stream(shape), &read));
+    EXPECT_EQ(read.IsEqual(shape), x == 1.0);
+  }
+}
+
 TEST(ShapeCoder3, DoesNotUseThePointUnit) {
   Shape shape;
   test_support::MakeTriangle(&shape);
   Encoder encoder;
   encoder.set_point_unit(-5);
   Decoder decoder(encoder.Stream(shape));
+  decoder.set_point_unit(3);
   Shape read;
   ASSERT_TRUE(decoder.DecodeShape(&read));
-  EXPECT_EQ(decoder.point_unit(), 1.0);
+  EXPECT_EQ(decoder.point_unit(), 3.0);
   EXPECT_EQ(read.points()[1].x, 1.0);
 }
 
@@ -419,6 +431,22 @@ TEST(ShapeCoder3, FailsACheckWhenAnEncoderIsUsedAgain) {
   *shape.index_sets()[0]->mutable_point_indices() = {2, 1};
   encoder.Stream(shape);
   EXPECT_EQ(log.lines(), Lines{"3 Check failed: offset>=0 -2>=0"});
+}
+
+TEST(ShapeCoder3, CodesAnArrayOfOffsetsByItself) {
+  std::vector<int> indices;
+  std::vector<int> history;
+  int next = 0;
+  Decoder decoder(StreamFields().VarUInt(1, 4).VarUInt(1, 1).Stream());
+  ASSERT_TRUE(decoder.DecodeOffsetIndices(&history, &next, &indices));
+  EXPECT_EQ(indices, std::vector<int>{-1});
+  EXPECT_EQ(next, 0);
+
+  test_support::LogRecorder log;
+  Encoder encoder;
+  EXPECT_TRUE(encoder.EncodeOffsetIndices({}, nullptr, &next, &indices));
+  EXPECT_EQ(encoder.Written().size(), 1u);
+  EXPECT_EQ(log.lines(), Lines{"3 Check failed: index_map"});
 }
 
 TEST(ShapeCoder3, FailsACheckForNoPlaceToCodeTo) {

@@ -264,6 +264,8 @@ TEST(ShapeCoder, RoundsUnitsHalfToEven) {
   EXPECT_EQ(UnitBits(0.5f), 128);
   EXPECT_EQ(UnitBits(0.5f, 2), 2);
   EXPECT_EQ(UnitBits(0.5f, 1), 0);
+  // The product as a float is 8.5; a double would be a little more.
+  EXPECT_EQ(UnitBits(1.0f / 30), 8);
 }
 
 TEST(ShapeCoder, WrapsUnitsOutsideTheirRange) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <type_traits>
 
+#include "base/export.h"
 #include "util/geometry3d/mesh/rounding.h"
 
 namespace geometry3d {
@@ -55,6 +56,13 @@ struct Vector2 {
   constexpr Vector2 operator*(T factor) const {
     return Vector2(mesh_internal::Product(x, factor), mesh_internal::Product(y, factor));
   }
+  constexpr Vector2 operator-() const { return *this * T{-1}; }
+  /// Of floating `T`.
+  constexpr Vector2 operator/(T divisor) const {
+    static_assert(std::is_floating_point_v<T>);
+    return Vector2(x / divisor, y / divisor);
+  }
+  friend constexpr Vector2 operator*(T factor, const Vector2& v) { return v * factor; }
   constexpr Vector2& operator+=(const Vector2& v) { return *this = *this + v; }
   constexpr Vector2& operator-=(const Vector2& v) { return *this = *this - v; }
   constexpr Vector2& operator*=(T factor) { return *this = *this * factor; }
@@ -92,6 +100,13 @@ struct Vector3 {
     return Vector3(mesh_internal::Product(x, factor), mesh_internal::Product(y, factor),
                    mesh_internal::Product(z, factor));
   }
+  constexpr Vector3 operator-() const { return *this * T{-1}; }
+  /// Of floating `T`.
+  constexpr Vector3 operator/(T divisor) const {
+    static_assert(std::is_floating_point_v<T>);
+    return Vector3(x / divisor, y / divisor, z / divisor);
+  }
+  friend constexpr Vector3 operator*(T factor, const Vector3& v) { return v * factor; }
   constexpr Vector3& operator+=(const Vector3& v) { return *this = *this + v; }
   constexpr Vector3& operator-=(const Vector3& v) { return *this = *this - v; }
   constexpr Vector3& operator*=(T factor) { return *this = *this * factor; }
@@ -111,6 +126,10 @@ struct Vector3 {
     return length == 0 ? Vector3() : *this * (1 / length);
   }
 };
+
+// Of `float` it is the library's code, whatever a caller's compiler may do to products and sums.
+template <>
+PELORIN_EXPORT Vector3<float> Vector3<float>::Normalize() const;
 
 /// The cross product, `a` turned towards `b` as a right-handed screw. Of floating `T`.
 template <typename T>

@@ -90,6 +90,12 @@ TEST(BBox, MultipliesFloatsInFloat) {
   EXPECT_EQ(box.GetWidth(), static_cast<double>(0.1f));
 }
 
+TEST(BBox, AddsTheFacesOfFloatsInTheirOrder) {
+  // Any other order, or sums in `double`, give another number here.
+  const BBox3<float> box(Vector3<float>(), Vector3<float>(1 * 0.1f, 2 * 0.1f, 7 * 0.1f));
+  EXPECT_EQ(box.GetSurfaceArea(), 0x1.d70a3cp-2f);
+}
+
 TEST(BBox, SubtractsFloatsInFloat) {
   const BBox3<float> box(Vector3<float>(0.1f, 0, 0), Vector3<float>(1e8f, 0, 0));
   // The difference 99999999.9 has no float.
@@ -98,10 +104,9 @@ TEST(BBox, SubtractsFloatsInFloat) {
 }
 
 TEST(BBox, AddsFloatCornersInFloatForTheCentre) {
-  const float low = 16777216.0f;
-  const BBox3<float> box(Vector3<float>(1.0f, 0, 0), Vector3<float>(low, 0, 0));
-  // The sum 16777217 has no float.
-  EXPECT_EQ(box.GetCenter().x, 8388608.0f);
+  // The sum 6e38 has no float; halved in `double` it would fit again.
+  const BBox3<float> box(Vector3<float>(3e38f, 0, 0), Vector3<float>(3e38f, 0, 0));
+  EXPECT_EQ(box.GetCenter().x, std::numeric_limits<float>::infinity());
 }
 
 TEST(BBox, CutsTheCentreOfIntegersTowardsZero) {

@@ -412,5 +412,41 @@ TEST_F(BuildingShape, IsMadeOfPointsThatAreNoNumbers) {
   EXPECT_TRUE(shape_.Validate(&error)) << error;
 }
 
+TEST_F(BuildingShape, HasCreasesBelowFourFifthsByDefault) {
+  // At point 1 the cosine of the turn is 0.8 itself, then just below; all others are sharp.
+  PolygonZ* const polygon = AddHouse();
+  *polygon->mutable_points() = {Place(0, 0), Place(10, 0), Place(18, 6), Place(0, 20)};
+  ASSERT_TRUE(BuildingZShape::CreateShapeWithDefaults(building_, &shape_));
+  EXPECT_EQ(shape_.index_sets()[1]->point_indices().size(), 4u * 4u + 3u * 2u);
+  polygon->mutable_points()->at(2).y = 6.001;
+  ASSERT_TRUE(BuildingZShape::CreateShapeWithDefaults(building_, &shape_));
+  EXPECT_EQ(shape_.index_sets()[3]->point_indices().size(), 4u * 4u + 4u * 2u);
+}
+
+TEST_F(BuildingShape, HasForEachPolygonASetWithItsOwnMaterialsAndNormalUp) {
+  AddHouse();
+  AddHouse();
+  ASSERT_TRUE(BuildingZShape::CreateShapeWithDefaults(building_, &shape_));
+  EXPECT_EQ(shape_.materials().size(), 2u);
+  EXPECT_EQ(shape_.points().size(), 16u);
+  ASSERT_EQ(shape_.normals().size(), 10u);
+  EXPECT_EQ(shape_.normals()[5], Vector3<float>(0, 0, 1));
+  ASSERT_EQ(shape_.index_sets().size(), 4u);
+  EXPECT_EQ(shape_.index_sets()[2]->material_index(), 0);
+  EXPECT_EQ(shape_.index_sets()[2]->point_indices()[0], 8);
+  EXPECT_EQ(shape_.index_sets()[2]->normal_indices()[0], 5);
+  EXPECT_EQ(shape_.index_sets()[3]->material_index(), 1);
+  EXPECT_EQ(shape_.index_sets()[3]->point_indices()[0], 8);
+}
+
+TEST_F(BuildingShape, HasAZeroNormalOnAWallTooShortToSquare) {
+  PolygonZ* const polygon = AddHouse();
+  *polygon->mutable_points() = {Place(0, 0), Place(1e-200, 0), Place(1, 1)};
+  *polygon->mutable_contour_sizes() = {3};
+  *polygon->mutable_triangle_indices() = {0, 1, 2};
+  ASSERT_TRUE(Create());
+  EXPECT_EQ(shape_.normals()[1], Vector3<float>(0, 0, 0));
+}
+
 }  // namespace
 }  // namespace geometry3d

@@ -323,5 +323,13 @@ TEST(ShapePrimitiveIterator, SeeksWhatAPlainSplitGives) {
   }
 }
 
+TEST(ShapePrimitiveIterator, SeeksTheFirstPositionOfTheNextTriangle) {
+  IndexSet set;
+  Fill(IndexSet::kTriangles, {0, 1, 2, 3, 4, 5}, &set);
+  ShapePrimitiveIterator it(&set);
+  it.Seek(3);
+  EXPECT_EQ(RingOf(it), Indices({3, 4, 5}));
+}
+
 }  // namespace
 }  // namespace geometry3d

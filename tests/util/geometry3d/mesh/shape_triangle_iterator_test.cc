@@ -198,5 +198,10 @@ TEST(ShapeTriangleIterator, EndsOnAnyIndices) {
   }
 }
 
+TEST(ShapeTriangleIterator, SeesNoDelimitersInQuads) {
+  EXPECT_EQ(Walk(IndexSet::kQuads, {0, 1, 2, 3, 4, 5, -1, 7}),
+            Triangles({{0, 1, 2}, {0, 2, 3}, {4, 5, -1}, {4, -1, 7}}));
+}
+
 }  // namespace
 }  // namespace geometry3d

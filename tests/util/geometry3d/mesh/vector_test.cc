@@ -24,8 +24,15 @@ TEST(Vector, ComputesByComponent) {
   EXPECT_EQ(a + b, Vector3<double>(1.5, 0.0, 13.0));
   EXPECT_EQ(a - b, Vector3<double>(0.5, 4.0, -7.0));
   EXPECT_EQ(a * 2.0, Vector3<double>(2.0, 4.0, 6.0));
+  EXPECT_EQ(2.0 * a, a * 2.0);
+  EXPECT_EQ(a / 2.0, Vector3<double>(0.5, 1.0, 1.5));
+  EXPECT_EQ(-a, Vector3<double>(-1.0, -2.0, -3.0));
+  EXPECT_TRUE(std::signbit((-Vector3<double>()).y));
   EXPECT_EQ(Vector2<float>(1.0f, 2.0f) - Vector2<float>(3.0f, 5.0f), Vector2<float>(-2.0f, -3.0f));
   EXPECT_EQ(Vector2<float>(1.0f, 2.0f) * 3.0f, Vector2<float>(3.0f, 6.0f));
+  EXPECT_EQ(3.0f * Vector2<float>(1.0f, 2.0f), Vector2<float>(3.0f, 6.0f));
+  EXPECT_EQ(Vector2<float>(1.0f, 2.0f) / 4.0f, Vector2<float>(0.25f, 0.5f));
+  EXPECT_EQ(-Vector2<float>(1.0f, -2.0f), Vector2<float>(-1.0f, 2.0f));
 }
 
 TEST(Vector, ChangesInPlaceByTheSameArithmetic) {
@@ -47,6 +54,7 @@ TEST(Vector, WrapsIntegersModuloTwoToTheThirtyTwo) {
   EXPECT_EQ(Vector3<int>(kMax, 0, 0) + Vector3<int>(1, 0, 0), Vector3<int>(kMin, 0, 0));
   EXPECT_EQ(Vector3<int>(kMin, 0, 0) - Vector3<int>(1, 0, 0), Vector3<int>(kMax, 0, 0));
   EXPECT_EQ(Vector2<int>(1 << 30, 3) * 4, Vector2<int>(0, 12));
+  EXPECT_EQ(-Vector2<int>(kMin, 3), Vector2<int>(kMin, -3));
 }
 
 TEST(Vector, ComparesZerosAsEqualAndNaNsAsUnequal) {
