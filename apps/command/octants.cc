@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "apps/command/utm_point.h"
+#include "apps/service/number_text.h"
 #include "vortan/common/internal/stratum_tools.h"
 
 namespace pelorin {
@@ -73,7 +74,7 @@ Outcome StratumAt(int level, int stratum, Octant* octant) {
 Outcome StratumOfAltitude(int level, double altitude_m, int* stratum) {
   const double native = StratumTools::KmlAltitudeToNativeAltitude(altitude_m);
   if (!(native >= -1.0 && native < 5.0)) {
-    return WrongUsage("altitude " + FixedText(altitude_m, 1) + " m is not in the range of strata",
+    return WrongUsage("altitude " + ShortestText(altitude_m) + " m is not in the range of strata",
                       "give -6371010 up to, but not including, 31855050 metres");
   }
   *stratum = StratumTools::StratumContainingAltitude(native, level);

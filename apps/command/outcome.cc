@@ -5,6 +5,19 @@
 
 namespace pelorin {
 namespace command {
+namespace {
+
+std::string InOneLine(std::string text) {
+  for (char& c : text) {
+    const unsigned char byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      c = ' ';
+    }
+  }
+  return text;
+}
+
+}  // namespace
 
 Outcome Outcome::Fail(ExitCode code, std::string what, std::string where, std::string to_do) {
   Outcome outcome;
@@ -22,21 +35,12 @@ Outcome Outcome::Ended(ExitCode code) {
 }
 
 std::string Outcome::Line() const {
-  std::string line = where_;
-  if (!line.empty() && !what_.empty()) {
-    line += ": ";
-  }
-  line += what_;
-  if (!to_do_.empty()) {
-    line += "; " + to_do_;
-  }
-  for (char& c : line) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      c = ' ';
-    }
-  }
-  return line;
+  const std::string between = where_.empty() || what_.empty() ? "" : ": ";
+  return InOneLine(where_) + between + Reason();
+}
+
+std::string Outcome::Reason() const {
+  return InOneLine(to_do_.empty() ? what_ : what_ + "; " + to_do_);
 }
 
 }  // namespace command

@@ -31,6 +31,8 @@ class [[nodiscard]] Outcome {
   /// The one line for standard error, without its line end: "where: what; to_do". Line breaks and
   /// control characters of the parts are replaced by blanks. Empty if there is nothing to say.
   std::string Line() const;
+  /// The same without `where`, for who has said that already.
+  std::string Reason() const;
 
  private:
   ExitCode code_ = ExitCode::kDone;

@@ -52,20 +52,24 @@ Outcome ParseDateFlag(const std::string& text, const std::string& where,
 
 /// "2017-12=0.6" each.
 Outcome ParseShares(const std::vector<std::string>& texts, DateShares* shares) {
+  double whole = 0.0;
   for (const std::string& text : texts) {
     const std::size_t equals = text.find('=');
     double share = 0.0;
     if (equals == std::string::npos || !ParseNumber(text.substr(equals + 1), &share) ||
-        share <= 0.0 || share > 1e6) {
+        share <= 0.0 || share > 1.0) {
       return WrongUsage("\"" + text + "\" is no share; give it as 2017-12-31=0.6", "--share");
     }
+    whole += share;
     vortan::JpegCommentDate date;
     if (Outcome outcome = ParseDateFlag(text.substr(0, equals), "--share", &date); !outcome.ok()) {
       return outcome;
     }
     (*shares)[date.Key()] += static_cast<float>(share);
   }
-  return Outcome::Done();
+  // Shares that were rounded may add up to a little more than all.
+  return whole <= 1.01 ? Outcome::Done()
+                       : WrongUsage("the shares are more than the whole image", "--share");
 }
 
 /// The comment that the flags ask for; empty with --from-exif.
@@ -164,13 +168,18 @@ Outcome Report(const JpegDateFlags& flags, const std::vector<PhotoPath>& paths,
   }
   const std::vector<Photo> photos =
       ForEach(paths, session, [](const PhotoPath& path) { return ReadPhoto(path.path); });
-  if (Outcome outcome = WriteOutput(output, flags.overwrite, InFormat(photos, format, is_list));
-      !outcome.ok()) {
-    return outcome;
+  const bool any_read = std::any_of(photos.begin(), photos.end(),
+                                    [](const Photo& photo) { return photo.error.empty(); });
+  // A file is not made, and none replaced, to say nothing.
+  if (any_read || output == "-") {
+    if (Outcome outcome = WriteOutput(output, flags.overwrite, InFormat(photos, format, is_list));
+        !outcome.ok()) {
+      return outcome;
+    }
   }
-  if (format == "kml" && std::none_of(photos.begin(), photos.end(), [](const Photo& photo) {
-        return photo.facts.place.has_value();
-      })) {
+  if (any_read && format == "kml" &&
+      std::none_of(photos.begin(), photos.end(),
+                   [](const Photo& photo) { return photo.facts.place.has_value(); })) {
     session.Tell("no file says where it was taken, so the map is empty");
   }
   const std::size_t failures = TellFailures(photos, flags.require);

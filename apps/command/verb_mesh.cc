@@ -30,6 +30,9 @@ using mesh::MeshFormat;
 
 /// Larger files are no meshes that a stream could hold.
 constexpr std::size_t kMostBytes = std::size_t{1} << 31;
+/// Options by what they are for.
+const char* const kStreamGroup = "Stream, with encode and info";
+const char* const kInfoGroup = "Info";
 
 struct MeshFlags {
   std::string action;
@@ -265,7 +268,24 @@ Outcome RunValidate(const MeshFlags& flags, const Session& session) {
   return Outcome::Done();
 }
 
-Outcome Run(const MeshFlags& flags, const Session& session) {
+/// Fails for an option that the action would leave unused.
+Outcome CheckUsed(const CLI::App& verb, const std::string& action) {
+  for (const CLI::Option* option : verb.get_options()) {
+    const bool is_of_streams = option->get_group() == kStreamGroup;
+    const bool is_used = action == "info" || (is_of_streams && action == "encode");
+    if (option->count() > 0 && !is_used && (is_of_streams || option->get_group() == kInfoGroup)) {
+      return Outcome::Fail(ExitCode::kWrongUsage,
+                           is_of_streams ? "belongs to 'encode' and 'info'" : "belongs to 'info'",
+                           option->get_name(), "see 'pelorin mesh --help'");
+    }
+  }
+  return Outcome::Done();
+}
+
+Outcome Run(const CLI::App& verb, const MeshFlags& flags, const Session& session) {
+  if (Outcome outcome = CheckUsed(verb, flags.action); !outcome.ok()) {
+    return outcome;
+  }
   if (flags.action == "encode") {
     return RunEncode(flags, session);
   }
@@ -279,7 +299,7 @@ void AddPrecision(CLI::App& verb, const std::string& names, const std::string& w
   verb.add_option(names, *bits, "Bits of precision for " + what + ", -32 to 31; 8 unless given")
       ->type_name("N")
       ->check(CLI::Range(-32, 31).description(""))
-      ->group("Stream");
+      ->group(kStreamGroup);
 }
 
 }  // namespace
@@ -305,7 +325,7 @@ void AddMeshVerb(CLI::App& app, Session& session) {
   verb->add_option("--version", flags->settings.version, "Version of the stream; 3 unless given")
       ->type_name("N")
       ->check(CLI::Range(1, 3).description(""))
-      ->group("Stream");
+      ->group(kStreamGroup);
   AddPrecision(*verb, "--points-bits", "points", &flags->settings.point_bits);
   AddPrecision(*verb, "--normal-bits", "normals", &flags->settings.normal_bits);
   AddPrecision(*verb, "--tex-bits", "texture coordinates", &flags->settings.tex_coord_bits);
@@ -314,19 +334,20 @@ void AddMeshVerb(CLI::App& app, Session& session) {
       ->type_name("LENGTH")
       ->check(NumberAboveZero())
       ->excludes("--points-bits")
-      ->group("Stream");
-  verb->add_flag("--optimize", flags->optimize, "Reorder triangles for size")->group("Stream");
-  verb->add_option("--source", flags->source, "For info: the mesh that a stream was made from")
-      ->type_name("FILE");
-  verb->add_flag("--json", flags->json, "For info: one JSON object");
-  verb->add_flag("--html", flags->html,
-                 "For info: a page that shows the mesh before and after coding")
-      ->excludes("--json");
+      ->group(kStreamGroup);
+  verb->add_flag("--optimize", flags->optimize, "Reorder triangles for size")->group(kStreamGroup);
+  verb->add_option("--source", flags->source, "The mesh that a stream was made from")
+      ->type_name("FILE")
+      ->group(kInfoGroup);
+  verb->add_flag("--json", flags->json, "One JSON object")->group(kInfoGroup);
+  verb->add_flag("--html", flags->html, "A page that shows the mesh before and after coding")
+      ->excludes("--json")
+      ->group(kInfoGroup);
   verb->add_flag("--overwrite", flags->overwrite, "Replace the file if it is there");
   verb->footer("Meshes are OBJ with its MTL, PLY and GLB. A step of points is 1/2^N in version 3.\n"
                "Example: pelorin mesh encode city.obj --max-error 0.01 --optimize -o city.shape\n"
                "         pelorin mesh info city.obj --html -o city.html");
-  verb->callback([flags, &session] { session.outcome = Run(*flags, session); });
+  verb->callback([flags, verb, &session] { session.outcome = Run(*verb, *flags, session); });
 }
 
 }  // namespace command

@@ -115,8 +115,9 @@ ImportFormat FormatOf(const ImportInput& input) {
   });
   const ImportFormat format = FormatOfStart(start);
   if (format == ImportFormat::kAuto) {
-    throw InputFault(input.path + ": neither OpenStreetMap data nor GeoJSON nor GPX nor heights, "
-                                  "as far as name and first bytes tell; name its format if it is");
+    throw InputFault(input.path +
+                     ": neither OpenStreetMap data nor GeoJSON nor GPX nor heights, "
+                     "as far as name and first bytes tell; give its format by -f if it is");
   }
   return format;
 }

@@ -22,6 +22,8 @@ using vortan::ShapeEncoder;
 // What a decoder may allocate: any real mesh fits, a few damaged bytes cannot take the machine.
 constexpr std::size_t kBaseBudget = std::size_t{32} << 20;
 constexpr std::size_t kBudgetPerByte = 1024;
+// Of points, in version 3.
+constexpr double kFewestBits = -32;
 
 double Step(int version, int bits) {
   return version == 3 ? std::ldexp(1.0, -bits) : 1.0 / (std::ldexp(1.0, bits) - 1.0);
@@ -68,8 +70,10 @@ std::string CannotHold(const Shape& shape, const StreamSettings& settings) {
   text << "version " << settings.version << " cannot hold ";
   if (const double most = MostPointBits(shape);
       settings.version == 3 && settings.point_bits > most) {
-    text << "coordinates as large as " << Largest(shape.points()) << " with " << settings.point_bits
-         << " bits, only with up to " << most;
+    text << "coordinates as large as " << Largest(shape.points());
+    if (most >= kFewestBits) {
+      text << " with " << settings.point_bits << " bits, only with up to " << most;
+    }
   } else {
     text << "this mesh with these precisions";
   }

@@ -156,7 +156,8 @@ std::string NumbersFault(std::string_view word, std::string_view rest) {
       break;
     }
     const std::size_t end = std::min(rest.find_first_of(kBlanks, at), rest.size());
-    at += rest[at] == '+' ? 1 : 0;
+    // A plus in front is taken, of which the conversion knows nothing.
+    at += rest.substr(at, 1) == "+" && rest.substr(at, 2) != "+-" ? 1 : 0;
     double number = 0.0;
     const auto [stop, fault] = std::from_chars(rest.data() + at, rest.data() + end, number);
     if (fault != std::errc() || stop != rest.data() + end || !std::isfinite(number)) {

@@ -6,6 +6,7 @@
 #include <pugixml.hpp>
 #include <sstream>
 
+#include "apps/command/input_file.h"
 #include "apps/service/number_text.h"
 
 namespace pelorin {
@@ -14,6 +15,9 @@ namespace {
 
 // Every blank is kept, so that only the heights differ in the file that is written.
 constexpr unsigned kParseAll = pugi::parse_full | pugi::parse_ws_pcdata;
+
+// A day of a track has less than a hundredth of that.
+constexpr std::size_t kMostBytes = std::size_t{1} << 30;
 
 // The name behind a prefix.
 const char* LocalName(const pugi::xml_node& node) {
@@ -105,20 +109,24 @@ GpxTrack::GpxTrack() : document_(std::make_unique<Document>()) {}
 GpxTrack::~GpxTrack() = default;
 
 Outcome GpxTrack::Open(const std::string& path) {
-  const pugi::xml_parse_result parsed = document_->xml.load_file(path.c_str(), kParseAll);
+  std::string text;
+  if (Outcome outcome = ReadInput(path, kMostBytes, &text); !outcome.ok()) {
+    return outcome;
+  }
+  const pugi::xml_parse_result parsed =
+      document_->xml.load_buffer(text.data(), text.size(), kParseAll);
   if (!parsed) {
-    const std::string where = parsed.status == pugi::status_file_not_found
-                                  ? path
-                                  : path + ", byte " + std::to_string(parsed.offset);
-    return Outcome::Fail(ExitCode::kDataError, parsed.description(), where, "give a GPX file");
+    return Outcome::Fail(ExitCode::kDataError, parsed.description(),
+                         InputName(path) + ", byte " + std::to_string(parsed.offset),
+                         "give a GPX file");
   }
   if (!Is(document_->xml.document_element(), "gpx")) {
-    return Outcome::Fail(ExitCode::kDataError, "the file is XML, but not GPX", path);
+    return Outcome::Fail(ExitCode::kDataError, "the file is XML, but not GPX", InputName(path));
   }
   Collector collector(this);
   if (!document_->xml.traverse(collector)) {
     return Outcome::Fail(ExitCode::kDataError, "a point without a place on the planet",
-                         path + ", byte " + std::to_string(collector.bad_offset()));
+                         InputName(path) + ", byte " + std::to_string(collector.bad_offset()));
   }
   return Outcome::Done();
 }

@@ -86,7 +86,7 @@ Photo WriteDate(const DateWriting& writing, const PhotoPath& photo) {
   const std::string dated = WithDateComment(bytes, header, comment);
   if (dated != bytes || result.path != photo.path) {
     if (const Outcome outcome = WriteOutput(result.path, writing.overwrite, dated); !outcome.ok()) {
-      result.error = outcome.Line();
+      result.error = outcome.Reason();
       return result;
     }
   }

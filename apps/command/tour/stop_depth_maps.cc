@@ -2,13 +2,13 @@
 #include "apps/command/tour/stop_depth_maps.h"
 
 #include <algorithm>
-#include <chrono>
 #include <deque>
 #include <mutex>
 #include <thread>
 #include <unordered_set>
 #include <vector>
 
+#include "apps/command/tour/stop_requests.h"
 #include "host/reference/network_statistics.h"
 #include "spatial/panorama/depth_map_fetcher.h"
 
@@ -20,10 +20,7 @@ using nimbara::spatial::DepthMapFetcher;
 using nimbara::spatial::PanoGraph;
 using nimbara::spatial::PanoramaData;
 
-constexpr std::size_t kAtATime = 6;
-// As many as for a panorama: with one answer in three lost, one map in 6561 is missed.
-constexpr int kTries = 8;
-constexpr std::chrono::milliseconds kLook{1};
+using stop_requests::kAtATime;
 // A request counts as ended a moment before its completion has run.
 constexpr int kLooksAfterTheEnd = 20;
 
@@ -44,7 +41,7 @@ void WaitFor(const std::deque<StopDepthMap>& maps) {
                        [](const StopDepthMap& map) { return map.finished.load(); });
   };
   for (int idle = 0; idle < kLooksAfterTheEnd && !have_all(); idle += IsNetworkIdle() ? 1 : 0) {
-    std::this_thread::sleep_for(kLook);
+    std::this_thread::sleep_for(stop_requests::kLook);
   }
 }
 
@@ -88,7 +85,7 @@ std::uint64_t FetchDepthMaps(const PanoGraph& graph,
                              const nimbara::spatial::PathPlanner::Path& path) {
   std::uint64_t requests = 0;
   std::vector<PanoramaData*> wanted = RecordsWithoutMap(graph, path);
-  for (int round = 0; round < kTries && !wanted.empty(); ++round) {
+  for (int round = 0; round < stop_requests::kTries && !wanted.empty(); ++round) {
     std::vector<PanoramaData*> missed;
     for (std::size_t first = 0; first < wanted.size(); first += kAtATime) {
       const std::size_t count = std::min(kAtATime, wanted.size() - first);

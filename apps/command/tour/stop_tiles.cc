@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/command/tour/stop_tiles.h"
 
-#include <chrono>
 #include <deque>
 #include <set>
 #include <string>
@@ -9,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include "apps/command/tour/stop_requests.h"
 #include "apps/jpeg/acquisition_date.h"
 #include "host/network.h"
 #include "spatial/panorama/pelorin_spatial_options.h"
@@ -22,10 +22,6 @@ using nimbara::net::Fetcher;
 using nimbara::spatial::PathPlanner;
 using nimbara::spatial::PelorinSpatialOptions;
 
-constexpr std::size_t kAtATime = 6;
-// As many as for a panorama: with one answer in three lost, one tile in 6561 is missed.
-constexpr int kTries = 8;
-constexpr std::chrono::milliseconds kLook{1};
 constexpr int kNotFound = 404;
 
 // At level 0 the whole image is one tile.
@@ -52,7 +48,7 @@ bool TakeAnswer(const RefPtr<Fetcher>& request, TourTile* tile) {
     return true;
   }
   while (request->status() == Fetcher::kRunning) {
-    std::this_thread::sleep_for(kLook);
+    std::this_thread::sleep_for(stop_requests::kLook);
   }
   if (request->status() == Fetcher::kSucceeded) {
     ReadTile(request->body(), tile);
@@ -77,7 +73,7 @@ std::vector<std::size_t> FetchSome(const PathPlanner::Path& path,
     }
   };
   for (const std::size_t number : wanted) {
-    if (under_way.size() == kAtATime) {
+    if (under_way.size() == stop_requests::kAtATime) {
       take_first();
     }
     under_way.emplace_back(number, Ask(path[static_cast<std::size_t>(stops->tiles[number].stop)]));
@@ -111,7 +107,7 @@ StopTiles FetchStopTiles(const PathPlanner::Path& path,
       on_progress(done, static_cast<std::int64_t>(stops.tiles.size()));
     }
   };
-  for (int round = 0; round < kTries && !wanted.empty(); ++round) {
+  for (int round = 0; round < stop_requests::kTries && !wanted.empty(); ++round) {
     wanted = FetchSome(path, wanted, &stops, on_answer);
   }
   return stops;

@@ -340,6 +340,35 @@ TEST_F(Command, KeepsToTheGivenNumberOfPanoramas) {
   EXPECT_NE(run.err.find("--max-hops"), std::string::npos) << run.err;
 }
 
+TEST_F(Command, WarnsWhereTheWalkEndsBeforeItsGoal) {
+  const CommandRun run = RunPelorin(
+      {"route", "--from", "47.49806,-24.50011", "--to", "47.5004,-24.49943", "--max-hops", "40"});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_NE(run.err.find("warning: the walk ends before 47.5004000,-24.4994300; no links lead "
+                         "nearer within 40 panoramas"),
+            std::string::npos)
+      << run.err;
+}
+
+TEST_F(Command, NamesADatasetThatTurnsOutDamagedWhileItIsServed) {
+  Write(Path("a.geojson"), R"({"type":"LineString","coordinates":[[7.0,51.0],[7.02,51.0]]})");
+  ASSERT_EQ(RunPelorin({"import", Path("a.geojson"), "-o", Path("a.sqlite")}).exit_code, 0);
+  std::string bytes = Content(Path("a.sqlite"));
+  bytes.replace(bytes.size() * 3 / 4, std::string::npos, bytes.size() / 4, '\xFF');
+  Write(Path("a.sqlite"), bytes);
+  for (const std::vector<std::string>& line :
+       {std::vector<std::string>{"pano", "--at", "51,7.001"},
+        {"route", "--from", "51,7.001", "--to", "51,7.015"}}) {
+    std::vector<std::string> arguments = line;
+    arguments.insert(arguments.end(), {"--dataset", Path("a.sqlite")});
+    const CommandRun run = RunPelorin(arguments);
+    EXPECT_EQ(run.exit_code, 1) << run.err;
+    EXPECT_NE(run.err.find(Path("a.sqlite") + ": database disk image is malformed"),
+              std::string::npos)
+        << run.err;
+  }
+}
+
 TEST_F(Command, GivesProgressInLinesWhereItIsForced) {
   const CommandRun forced = RunPelorin({"tour", "--out", Path("a"), "--progress", "--json"});
   ASSERT_EQ(forced.exit_code, 0) << forced.err;

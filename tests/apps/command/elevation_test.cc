@@ -225,6 +225,8 @@ TEST_F(ElevationCommand, AnswersCode1ForATrackThatIsNone) {
     EXPECT_NE(run.err.find("bad.gpx"), std::string::npos) << run.err;
   }
   EXPECT_EQ(RunPelorin({"elevation", "--track", Path("none.gpx")}).exit_code, 1);
+  EXPECT_NE(RunPelorin({"elevation", "--track", Path("")}).err.find("Is a directory"),
+            std::string::npos);
   EXPECT_EQ(RunPelorin({"elevation", "1,2", "--key", Path("none")}).exit_code, 1);
 }
 

@@ -125,8 +125,8 @@ TEST_F(JpegDate, GoesToStandardOutputOnRequest) {
 
 TEST_F(JpegDate, IsTheOneWithHalfOfTheImage) {
   const std::string in = WriteJpegFile("in.jpg");
-  EXPECT_EQ(RunPelorin({"jpeg-date", "write", in, "--share", "2017-12-31=3", "--share", "2015=2",
-                        "-o", Path("out.jpg")})
+  EXPECT_EQ(RunPelorin({"jpeg-date", "write", in, "--share", "2017-12-31=0.6", "--share",
+                        "2015=0.4", "-o", Path("out.jpg")})
                 .exit_code,
             0);
   EXPECT_EQ(RunPelorin({"jpeg-date", "read", Path("out.jpg")}).out, "2017:12:31\n");
@@ -250,6 +250,25 @@ TEST_F(JpegDate, IsDrawnAsCoverageByDate) {
   EXPECT_EQ(found.find("nowhere.jpg"), std::string::npos) << found;
 }
 
+TEST_F(JpegDate, MakesNoReportOfFilesOfWhichNoneCanBeRead) {
+  Write(Path("bad.jpg"), "none");
+  const CommandRun run = RunPelorin({"jpeg-date", "list", Path("bad.jpg"), "-o", Path("a.kml")});
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_NE(run.err.find("bad.jpg"), std::string::npos) << run.err;
+  EXPECT_EQ(Files(), Words{"bad.jpg"});
+}
+
+TEST_F(JpegDate, NamesAPlaceThatCannotBeWrittenOnce) {
+  const std::string in = WriteJpegFile("in.jpg");
+  const CommandRun run =
+      RunPelorin({"jpeg-date", "write", in, "--date", "2017", "-o", "/proc/none.jpg"});
+  EXPECT_EQ(run.exit_code, 1);
+  const std::string line = run.err.substr(0, run.err.find('\n'));
+  const std::size_t first = line.find("/proc/none.jpg");
+  ASSERT_NE(first, std::string::npos) << run.err;
+  EXPECT_EQ(line.find("/proc/none.jpg", first + 1), std::string::npos) << run.err;
+}
+
 TEST_F(JpegDate, AnswersWrongUsageWithCode2) {
   const std::string in = WriteJpegFile("in.jpg");
   for (const Words& more :
@@ -258,6 +277,8 @@ TEST_F(JpegDate, AnswersWrongUsageWithCode2) {
         Words{"write", in, "--date", "2017", "--from-exif", "-o", Path("o.jpg")},
         Words{"write", in, "--share", "2017", "-o", Path("o.jpg")},
         Words{"write", in, "--share", "2017=-1", "-o", Path("o.jpg")},
+        Words{"write", in, "--share", "2017=1.1", "-o", Path("o.jpg")},
+        Words{"write", in, "--share", "2017=0.6", "--share", "2016=0.6", "-o", Path("o.jpg")},
         Words{"write", in, in, "--date", "2017", "-o", "-"},
         Words{"write", in, "--date", "2017", "--require", "-o", Path("o.jpg")},
         Words{"read", in, "--date", "2017"}, Words{"read", in, "-f", "kml"}, Words{"draw", in},

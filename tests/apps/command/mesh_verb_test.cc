@@ -168,6 +168,9 @@ TEST_F(MeshVerb, RefusesAWrongCommandLine) {
         {"mesh", "encode", Path("pyramid.obj"), "--max-error", "0"},
         {"mesh", "encode", Path("pyramid.obj"), "--max-error", "1", "--points-bits", "3"},
         {"mesh", "decode", Path("pyramid.obj"), "-o", Path("x.stl")},
+        {"mesh", "decode", Path("pyramid.obj"), "-o", Path("x.ply"), "--optimize"},
+        {"mesh", "encode", Path("pyramid.obj"), "-o", Path("x.shape"), "--json"},
+        {"mesh", "validate", Path("pyramid.obj"), "--source", Path("pyramid.obj")},
         {"mesh", "info", Path("pyramid.obj"), "--json", "--html"}}) {
     const CommandRun run = RunPelorin(arguments);
     EXPECT_EQ(run.exit_code, 2) << run.err;
@@ -193,6 +196,9 @@ TEST_F(MeshVerb, RefusesAMeshThatThePrecisionCannotHold) {
   Write(Path("far.obj"), "v 4e9 0 0\nv 4000000001 0 0\nv 4e9 1 0\nf 1 2 3\n");
   ExpectOneLine(RunPelorin({"mesh", "encode", Path("far.obj"), "-o", Path("x.shape")}), 1,
                 "only with up to -2; give fewer bits");
+  Write(Path("far.obj"), "v 1e308 0 0\nv 1e307 1 0\nv 1e307 0 0\nf 1 2 3\n");
+  ExpectOneLine(RunPelorin({"mesh", "encode", Path("far.obj"), "-o", Path("x.shape")}), 1,
+                "coordinates as large as 1e+308; give fewer bits");
 }
 
 }  // namespace

@@ -153,8 +153,8 @@ TEST(Obj, RefusesAFaceOfMoreCornersThanItsReaderCounts) {
 }
 
 TEST(Obj, RefusesNumbersThatAreNone) {
-  for (const char* line :
-       {"v nan 0 0", "v 0 inf 0", "v x 0 0", "v 1.5.5 0 0", "v 1e999 0 0", "vn 0 0 1,5", "vt u"}) {
+  for (const char* line : {"v nan 0 0", "v 0 inf 0", "v x 0 0", "v 1.5.5 0 0", "v 1e999 0 0",
+                           "vn 0 0 1,5", "vt u", "v +-1 0 0", "v ++1 0 0", "v + 0 0"}) {
     Shape shape;
     std::string error;
     EXPECT_FALSE(
