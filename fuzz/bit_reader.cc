@@ -31,7 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       expected_good = twin.GetBits(data[i], &expected);
     }
     if (good != expected_good || v != expected || decoder.bytes_loaded() != twin.bytes_loaded() ||
-        static_cast<std::size_t>(decoder.bits_in_hand()) != twin.bits_in_hand()) {
+        static_cast<std::size_t>(decoder.bits_in_hand()) != twin.bits_in_hand() ||
+        decoder.at_end() != twin.at_end()) {
       std::abort();
     }
   }

@@ -24,7 +24,8 @@ class PELORIN_EXPORT BitEncoder {
  public:
   /// Over an encoder that grows.
   BitEncoder() = default;
-  /// Over a fixed buffer, as with `Encoder`.
+  /// Over a fixed buffer, as with `Encoder`. Up to four bytes of it behind those written become
+  /// zero.
   BitEncoder(char* buffer, std::size_t size) : encoder_(buffer, size) {}
 
   /// The low `n` bits of `v`; `n` is 0 to 32, below it counts as 0, above it as 32.
@@ -164,9 +165,9 @@ class PELORIN_EXPORT BitDecoder {
   /// Bytes that were loaded, and bits of them not yet given out, 0 to 64. Their difference, in
   /// bits, is what was consumed.
   std::size_t bytes_loaded() const { return static_cast<std::size_t>(cursor_ - start_) + due(); }
-  int bits_in_hand() const { return num_bits_ + static_cast<int>(due()) * 8; }
+  int bits_in_hand() const { return static_cast<int>(bytes_loaded() * 8 - position()); }
   /// Whether nothing is left, so that every further read of a bit fails and changes nothing.
-  bool at_end() const { return cursor_ == limit_ && num_bits_ == 0; }
+  bool at_end() const { return position() == static_cast<std::size_t>(limit_ - start_) * 8; }
 
   /// For each byte the length of the unary code at its low end, 1 to 8; 9 for a byte without a
   /// zero.

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -239,6 +238,7 @@ void CompareOneStep(std::mt19937* random, BitDecoder* decoder, BitReaderTwin* tw
   ASSERT_EQ(v, expected);
   ASSERT_EQ(decoder->bytes_loaded(), twin->bytes_loaded());
   ASSERT_EQ(static_cast<std::size_t>(decoder->bits_in_hand()), twin->bits_in_hand());
+  ASSERT_EQ(decoder->at_end(), twin->at_end());
 }
 
 TEST(BitDecoder, ReadsAnyBytesAsTheTwinAlsoBeyondTheirEnd) {
@@ -281,6 +281,65 @@ TEST(BitDecoder, ReadsEveryPrefixOfAStreamWithoutTouchingMore) {
     }
     ASSERT_EQ(all, length == whole.size());
   }
+}
+
+TEST(BitDecoder, ReadsTheGammaCodesOfEveryLengthFromEveryBitOfAByte) {
+  for (int before = 0; before < 8; ++before) {
+    for (unsigned n = 0; n < 32; ++n) {
+      const auto value = static_cast<std::uint32_t>(BitEncoder::mask_[n + 1]);
+      for (const std::size_t behind : {0, 1, 16}) {
+        BitWriterTwin twin;
+        twin.PutBits(0, before);
+        twin.PutGamma(value);
+        Reader reader(twin.Bytes() + std::string(behind, '\xFF'));
+        std::uint32_t v = 0;
+        ASSERT_TRUE(reader->GetBits(before, &v));
+        ASSERT_TRUE(reader->GetGamma(&v));
+        ASSERT_EQ(v, value) << before;
+      }
+    }
+  }
+}
+
+TEST(BitDecoder, IsAtTheEndOnceTheLastBitOfALongCodeIsRead) {
+  BitWriterTwin twin;
+  twin.PutBits(0, 7);
+  twin.PutGamma(0x12345678);
+  ASSERT_EQ(twin.Bytes().size(), 8u);
+  Reader reader(twin.Bytes());
+  std::uint32_t v = 0;
+  ASSERT_TRUE(reader->GetBits(7, &v));
+  EXPECT_FALSE(reader->at_end());
+  ASSERT_TRUE(reader->GetGamma(&v));
+  EXPECT_EQ(reader->bits_in_hand(), 0);
+  EXPECT_TRUE(reader->at_end());
+}
+
+// Zero pages, which take no memory until they are written to.
+class ZeroPages {
+ public:
+  explicit ZeroPages(std::size_t size) : bytes_(static_cast<char*>(std::calloc(size, 1))) {}
+  ~ZeroPages() { std::free(bytes_); }
+  ZeroPages(const ZeroPages&) = delete;
+  ZeroPages& operator=(const ZeroPages&) = delete;
+  char* data() { return bytes_; }
+
+ private:
+  char* bytes_;
+};
+
+TEST(BitDecoder, KnowsItsBitsInHandWhereAnIntCouldNotCountThoseRead) {
+  constexpr std::size_t kSize = (std::size_t{1} << 28) + 64;
+  ZeroPages pages(kSize);
+  ASSERT_NE(pages.data(), nullptr);
+  BitDecoder decoder(pages.data(), kSize);
+  std::uint32_t v = 0;
+  ASSERT_TRUE(decoder.GetBits(16, &v));
+  for (std::size_t field = 0; field < (std::size_t{1} << 26) - 2; ++field) {
+    ASSERT_TRUE(decoder.GetBits(32, &v));
+  }
+  EXPECT_EQ(decoder.bytes_loaded(), std::size_t{1} << 28);
+  EXPECT_EQ(decoder.bits_in_hand(), 48);
 }
 
 TEST(BitDecoder, ReadsOnWhereAnIntCouldNotCountTheBits) {

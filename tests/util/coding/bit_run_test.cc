@@ -119,6 +119,7 @@ TEST(BitRunReader, LeavesTheDecoderAsIfEveryFieldHadBeenReadFromIt) {
       }
       ASSERT_EQ(by_run.bytes_loaded(), by_field.bytes_loaded()) << round;
       ASSERT_EQ(by_run.bits_in_hand(), by_field.bits_in_hand()) << round;
+      ASSERT_EQ(by_run.at_end(), by_field.at_end()) << round;
       // Also beyond the end, where a failed read leaves bits in hand.
       const int n = static_cast<int>(random() % 80);
       std::uint32_t v = 77;

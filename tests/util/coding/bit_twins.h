@@ -104,6 +104,7 @@ class BitReaderTwin {
 
   std::size_t bytes_loaded() const { return loaded_; }
   std::size_t bits_in_hand() const { return hand_.size(); }
+  bool at_end() const { return loaded_ == bytes_.size() && hand_.empty(); }
 
  private:
   void Load() {

@@ -202,12 +202,14 @@ TEST(DecoderVarint64, LeavesThePositionWhereTheBytesRanOut) {
 }
 
 TEST(DecoderVarint64, StaysWhereItWasWhenTenBytesGoOn) {
-  const ExactBytes bytes(std::string(12, '\x80'));
-  Decoder decoder(bytes.data(), bytes.size());
-  std::uint64_t v = 77;
-  EXPECT_FALSE(decoder.get_varint64(&v));
-  EXPECT_EQ(decoder.pos(), 0u);
-  EXPECT_EQ(v, 77u);
+  for (const std::size_t size : {10, 11, 12}) {
+    const ExactBytes bytes(std::string(size, '\x80'));
+    Decoder decoder(bytes.data(), bytes.size());
+    std::uint64_t v = 77;
+    EXPECT_FALSE(decoder.get_varint64(&v));
+    EXPECT_EQ(decoder.pos(), 0u);
+    EXPECT_EQ(v, 77u);
+  }
 }
 
 TEST(DecoderVarint64, DropsTheTopBitsOfATenthByte) {

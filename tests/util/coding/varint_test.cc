@@ -190,6 +190,7 @@ TEST(SkipBackward, IsNullWithoutAVarintBeforeThePosition) {
   const ExactBytes bytes("\x01\x80");
   EXPECT_EQ(Varint::Skip32BackwardSlow(bytes.data(), bytes.data()), nullptr);
   EXPECT_EQ(Varint::Skip64BackwardSlow(bytes.data(), bytes.data()), nullptr);
+  EXPECT_EQ(Varint::Skip64BackwardSlow(bytes.data(), bytes.end()), nullptr);
   EXPECT_EQ(Varint::Skip32BackwardSlow(bytes.end(), bytes.data()), nullptr);
   EXPECT_EQ(Varint::Skip64BackwardSlow(bytes.end(), bytes.data()), nullptr);
 }
