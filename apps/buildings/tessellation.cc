@@ -13,6 +13,9 @@ namespace {
 
 // The triangulation works through all ears of a polygon for each triangle of it.
 constexpr std::size_t kMaxPoints = 100000;
+// The repair of an outline takes seconds for a thousand places where it crosses itself, most of a
+// minute for five thousand. One that was drawn has a few.
+constexpr std::size_t kMaxCrossings = 100;
 
 bool Before(const PlanePoint& a, const PlanePoint& b) {
   return a.x < b.x || (a.x == b.x && a.y < b.y);
@@ -29,6 +32,48 @@ double TwiceTheArea(const PlaneRing& ring) {
     sum += TwiceTheArea(ring[0], ring[i - 1], ring[i]);
   }
   return sum;
+}
+
+// From the point that comes first by `Before`.
+struct Segment {
+  PlanePoint from;
+  PlanePoint to;
+};
+
+bool IsOnOneSide(const Segment& segment, const Segment& line) {
+  const double from = TwiceTheArea(line.from, line.to, segment.from);
+  const double to = TwiceTheArea(line.from, line.to, segment.to);
+  return (from < 0.0 && to < 0.0) || (from > 0.0 && to > 0.0);
+}
+
+// Whether two segments have a point in common that begin before either ends.
+bool Meet(const Segment& a, const Segment& b) {
+  return !IsOnOneSide(a, b) && !IsOnOneSide(b, a);
+}
+
+// Throws for outlines of which too many segments cross, touch or cover each other.
+void CheckCrossings(const std::vector<PlaneRing>& rings) {
+  std::vector<Segment> segments;
+  for (const PlaneRing& ring : rings) {
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+      const PlanePoint& next = ring[(i + 1) % ring.size()];
+      segments.push_back(Before(ring[i], next) ? Segment{ring[i], next} : Segment{next, ring[i]});
+    }
+  }
+  std::sort(segments.begin(), segments.end(),
+            [](const Segment& a, const Segment& b) { return Before(a.from, b.from); });
+  // Each meets the one behind it.
+  const std::size_t most = segments.size() + kMaxCrossings;
+  std::size_t meetings = 0;
+  for (auto a = segments.begin(); a != segments.end(); ++a) {
+    for (auto b = a + 1; b != segments.end() && !Before(a->to, b->from); ++b) {
+      meetings += Meet(*a, *b) ? 1 : 0;
+      if (meetings > most) {
+        throw TessellationFault("it crosses itself more than " + std::to_string(kMaxCrossings) +
+                                " times");
+      }
+    }
+  }
 }
 
 // Finds the position of a point by its coordinates. Where two contours touch, either will do.
@@ -79,29 +124,26 @@ class Tessellator::Geos {
   Geos(const Geos&) = delete;
   Geos& operator=(const Geos&) = delete;
 
-  Geometry PolygonOf(const std::vector<PlaneRing>& rings) {
-    Geometry outer = RingOf(rings.front());
-    std::vector<Geometry> holes;
-    for (std::size_t i = 1; i < rings.size(); ++i) {
-      holes.push_back(RingOf(rings[i]));
+  // A sound polygon of these rings; whether it had to be repaired.
+  Geometry SoundPolygonOf(const std::vector<PlaneRing>& rings, bool* repaired) {
+    std::size_t points = 0;
+    for (const PlaneRing& ring : rings) {
+      points += ring.size();
     }
-    // The polygon takes the rings over, also where it fails.
-    std::vector<GEOSGeometry*> given;
-    for (Geometry& hole : holes) {
-      given.push_back(hole.release());
+    if (points > kMaxPoints) {
+      throw TessellationFault("more than " + std::to_string(kMaxPoints) + " points");
     }
-    return Checked(GEOSGeom_createPolygon_r(handle_, outer.release(), given.data(),
-                                            static_cast<unsigned>(given.size())));
-  }
-
-  Geometry Repaired(const GEOSGeometry& geometry, bool* repaired) {
-    const char valid = GEOSisValid_r(handle_, &geometry);
+    Geometry polygon = PolygonOf(rings);
+    const char valid = GEOSisValid_r(handle_, polygon.get());
     if (valid == 2) {
       throw Fault();
     }
     *repaired = valid == 0;
-    return Checked(valid != 0 ? GEOSGeom_clone_r(handle_, &geometry)
-                              : GEOSMakeValid_r(handle_, &geometry));
+    if (valid != 0) {
+      return polygon;
+    }
+    CheckCrossings(rings);
+    return Checked(GEOSMakeValid_r(handle_, polygon.get()));
   }
 
   Geometry OnGrid(const GEOSGeometry& geometry, double step) {
@@ -154,6 +196,21 @@ class Tessellator::Geos {
  private:
   TessellationFault Fault() const { return TessellationFault(message_); }
 
+  Geometry PolygonOf(const std::vector<PlaneRing>& rings) {
+    Geometry outer = RingOf(rings.front());
+    std::vector<Geometry> holes;
+    for (std::size_t i = 1; i < rings.size(); ++i) {
+      holes.push_back(RingOf(rings[i]));
+    }
+    // The polygon takes the rings over, also where it fails.
+    std::vector<GEOSGeometry*> given;
+    for (Geometry& hole : holes) {
+      given.push_back(hole.release());
+    }
+    return Checked(GEOSGeom_createPolygon_r(handle_, outer.release(), given.data(),
+                                            static_cast<unsigned>(given.size())));
+  }
+
   Geometry Checked(GEOSGeometry* geometry) {
     if (geometry == nullptr) {
       throw Fault();
@@ -202,14 +259,7 @@ Tessellator::~Tessellator() = default;
 
 std::vector<TessellatedPolygon> Tessellator::Cut(const std::vector<PlaneRing>& rings,
                                                  bool* repaired) {
-  std::size_t points = 0;
-  for (const PlaneRing& ring : rings) {
-    points += ring.size();
-  }
-  if (points > kMaxPoints) {
-    throw TessellationFault("more than " + std::to_string(kMaxPoints) + " points");
-  }
-  const auto valid = geos_->Repaired(*geos_->PolygonOf(rings), repaired);
+  const auto valid = geos_->SoundPolygonOf(rings, repaired);
   const auto on_grid = geos_->OnGrid(*valid, step_);
   std::vector<const GEOSGeometry*> polygons;
   geos_->CollectPolygons(*on_grid, &polygons);
@@ -249,10 +299,10 @@ std::vector<TessellatedPolygon> Tessellator::Cut(const std::vector<PlaneRing>& r
 double Tessellator::CoveredShare(const std::vector<PlaneRing>& rings,
                                  const std::vector<const std::vector<PlaneRing>*>& others) {
   bool repaired = false;
-  auto open = geos_->Repaired(*geos_->PolygonOf(rings), &repaired);
+  auto open = geos_->SoundPolygonOf(rings, &repaired);
   const double whole = geos_->AreaOf(*open);
   for (const std::vector<PlaneRing>* const other : others) {
-    const auto cover = geos_->Repaired(*geos_->PolygonOf(*other), &repaired);
+    const auto cover = geos_->SoundPolygonOf(*other, &repaired);
     open = geos_->Without(*open, *cover);
   }
   return whole > 0.0 ? 1.0 - geos_->AreaOf(*open) / whole : 0.0;

@@ -3,21 +3,10 @@
 
 #include <utility>
 
+#include "apps/command/one_line.h"
+
 namespace pelorin {
 namespace command {
-namespace {
-
-std::string InOneLine(std::string text) {
-  for (char& c : text) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      c = ' ';
-    }
-  }
-  return text;
-}
-
-}  // namespace
 
 Outcome Outcome::Fail(ExitCode code, std::string what, std::string where, std::string to_do) {
   Outcome outcome;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "apps/command/one_line.h"
+
 namespace pelorin {
 namespace command {
 namespace {
@@ -24,7 +26,7 @@ double SteadySeconds() {
 
 void Session::Tell(std::string_view line) const {
   if (!quiet) {
-    ToStandardError(std::string(line) + "\n");
+    ToStandardError(InOneLine(std::string(line)) + "\n");
   }
 }
 

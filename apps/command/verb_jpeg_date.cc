@@ -11,6 +11,7 @@
 #include "apps/command/jpeg_date/date_writing.h"
 #include "apps/command/jpeg_date/photo_list.h"
 #include "apps/command/jpeg_date/photo_report.h"
+#include "apps/command/one_line.h"
 #include "apps/command/output_file.h"
 #include "apps/command/verbs.h"
 #include "apps/jpeg/acquisition_date.h"
@@ -39,7 +40,7 @@ Outcome WrongUsage(const std::string& what, const std::string& where = "") {
 
 /// One line on standard error for one of many files; the work goes on.
 void TellFailure(const std::string& line) {
-  std::fputs(("pelorin jpeg-date: " + line + "\n").c_str(), stderr);
+  std::fputs(("pelorin jpeg-date: " + InOneLine(line) + "\n").c_str(), stderr);
 }
 
 Outcome ParseDateFlag(const std::string& text, const std::string& where,

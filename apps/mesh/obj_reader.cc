@@ -132,6 +132,8 @@ class FaceTaker {
 constexpr std::size_t kMostCorners = 255;
 constexpr std::uintmax_t kMostLibraryBytes = std::uintmax_t{64} << 20;
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kNewObject = "o part";
+constexpr std::size_t kMostWarnings = 100;
 
 std::size_t CountWords(std::string_view text) {
   std::size_t words = 0;
@@ -169,10 +171,48 @@ std::string NumbersFault(std::string_view word, std::string_view rest) {
   return count < least ? "has too few numbers" : "";
 }
 
-// The text without its tags of subdivision surfaces: they tell nothing of the mesh, and the library
-// makes room for as many as they claim to be. False for a face that the library would cut and
-// for a number that it would make 0.
+// Whether all of `word` is a corner: "1", "1/2", "1//3" or "1/2/3". The library would stop at a
+// letter, and wrap a number that is too large.
+bool IsCorner(std::string_view word) {
+  for (int part = 0; part < 3; ++part) {
+    const std::size_t end = std::min(word.find('/'), word.size());
+    if (end > 0 || part != 1 || end == word.size()) {
+      int index = 0;
+      const auto [stop, fault] = std::from_chars(word.data(), word.data() + end, index);
+      if (fault != std::errc() || stop != word.data() + end || index == 0) {
+        return false;
+      }
+    }
+    if (end == word.size()) {
+      return true;
+    }
+    word.remove_prefix(end + 1);
+  }
+  return false;
+}
+
+bool AreCorners(std::string_view rest) {
+  for (std::size_t at = rest.find_first_not_of(kBlanks); at != std::string_view::npos;
+       at = rest.find_first_not_of(kBlanks, at)) {
+    const std::size_t end = std::min(rest.find_first_of(kBlanks, at), rest.size());
+    if (!IsCorner(rest.substr(at, end - at))) {
+      return false;
+    }
+    at = end;
+  }
+  return true;
+}
+
+// The lines that make the mesh, as the library takes them right. It makes room for as many tags of
+// subdivision surfaces as there claim to be, and reads weights without a look at their range. At a
+// group it drops lines that stand there alone, and at a material it takes them twice; at an object
+// it does neither, so each begins one. False for a face that the library would cut and for numbers
+// and corners that it would make others of.
 bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    text.remove_prefix(kByteOrderMark.size());
+  }
   taken->reserve(text.size());
   for (std::size_t number = 1; !text.empty(); ++number) {
     std::size_t end = text.find_first_of("\r\n");
@@ -192,7 +232,18 @@ bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
       *error = "line " + std::to_string(number) + " " + fault;
       return false;
     }
-    if (word != "t") {
+    if (word == "f" || word == "l") {
+      const std::string_view corners = words.substr(0, words.find('#'));
+      if (!AreCorners(corners.substr(word.size()))) {
+        *error = "line " + std::to_string(number) + " has a corner that is none";
+        return false;
+      }
+      taken->append(corners);
+    } else if (word == "g" || word == "o") {
+      taken->append(kNewObject);
+    } else if (word == "usemtl") {
+      taken->append(kNewObject).append("\n").append(line);
+    } else if (word != "t" && word != "vw" && word != "p") {
       taken->append(line);
     }
     taken->append("\n");
@@ -214,7 +265,7 @@ class LibraryReader : public tinyobj::MaterialReader {
     std::error_code code;
     if (!std::filesystem::is_regular_file(path, code) ||
         std::filesystem::file_size(path, code) > kMostLibraryBytes) {
-      if (warnings_ != nullptr) {
+      if (warnings_ != nullptr && warnings_->size() < kMostWarnings) {
         warnings_->push_back("its material library " + name + " cannot be read");
       }
       return false;

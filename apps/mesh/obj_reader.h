@@ -16,8 +16,8 @@ namespace mesh {
 /// faces without material, and a line about it is appended to `*warnings`, which may be null.
 ///
 /// False with a reason in `*error` for text that cannot be read, a number of a point, normal or
-/// texture coordinate that is none or missing, faces that name what is not there or have more than
-/// 255 corners, and text without faces; `*shape` is then of no use.
+/// texture coordinate that is none or missing, a corner that is none, faces that name what is not
+/// there or have more than 255 corners, and text without faces; `*shape` is then of no use.
 bool ReadObj(const std::string& text, const std::string& folder, geometry3d::Shape* shape,
              std::string* error, std::vector<std::string>* warnings);
 

@@ -6,9 +6,10 @@
 namespace pelorin {
 namespace mesh {
 
-/// Whether a PLY file, text or binary, has a sound header and all the elements that it promises.
-/// The reader behind it believes counts as they stand, and would go on for hours over a damaged
-/// one. False with a reason in `*error`.
+/// Whether a PLY file, text or binary, has a sound header, the elements of a mesh in their order
+/// and all the data that it promises, in text one element a line. The reader behind it believes
+/// what it is told: a damaged file would crash it, keep it for hours or come out as another mesh.
+/// False with a reason in `*error`; also for strips of triangles, of which it would take one each.
 bool CheckPly(const std::string& bytes, std::string* error);
 
 }  // namespace mesh

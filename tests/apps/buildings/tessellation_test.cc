@@ -117,6 +117,41 @@ TEST_F(Tessellation, FailsForTooManyPoints) {
   EXPECT_THROW(Cut({ring}), TessellationFault);
 }
 
+TEST_F(Tessellation, FailsForTanglesThatWouldTakeTheRepairForever) {
+  std::mt19937 random(20261122);
+  std::uniform_real_distribution<double> place(0.0, 100.0);
+  PlaneRing tangle;
+  PlaneRing back_and_forth = {PlanePoint(0, 1)};
+  PlaneRing fan;
+  for (int i = 0; i < 800; ++i) {
+    const double x = place(random);
+    tangle.push_back(PlanePoint(x, place(random)));
+    back_and_forth.push_back(PlanePoint(x, 0));
+    fan.push_back(i % 2 == 0 ? PlanePoint(i, 0) : PlanePoint(400, 400));
+  }
+  for (const PlaneRing& ring : {tangle, back_and_forth, fan}) {
+    try {
+      Cut({ring});
+      FAIL();
+    } catch (const TessellationFault& fault) {
+      EXPECT_STREQ(fault.what(), "it crosses itself more than 100 times");
+    }
+  }
+}
+
+TEST_F(Tessellation, RepairsALongOutlineThatCrossesItselfAFewTimes) {
+  // A comb of a thousand teeth, ten of which lean over their neighbour.
+  PlaneRing comb = {PlanePoint(0, -1)};
+  for (int tooth = 0; tooth < 1000; ++tooth) {
+    const double top = 2 * tooth + (tooth % 100 == 50 ? 2.5 : 0.5);
+    comb.insert(comb.end(),
+                {PlanePoint(2 * tooth, 0), PlanePoint(top, 4), PlanePoint(2 * tooth + 1, 0)});
+  }
+  comb.push_back(PlanePoint(1999, -1));
+  EXPECT_FALSE(Cut({comb}).empty());
+  EXPECT_TRUE(repaired_);
+}
+
 // Stars of random radii: any of them can be cut, and the triangles fill it exactly.
 TEST_F(Tessellation, FillsRandomStarsExactly) {
   std::mt19937 random(20261121);

@@ -174,6 +174,64 @@ TEST(Obj, RefusesNumbersThatAreNone) {
   }());
 }
 
+TEST(Obj, RefusesCornersThatAreNone) {
+  for (const char* line : {"f 4294967297 2 3", "f 1.9 2 3", "f 1x 2y 3z", "f 1 2 0", "f 1/ 2/ 3/",
+                           "f 1//", "f 1/2/3/4 2 3", "f / 2 3", "l 1 2z", "f + 1 2"}) {
+    Shape shape;
+    std::string error;
+    EXPECT_FALSE(Read(std::string(kPools) + line + "\nf 1 2 3\n", &shape, &error)) << line;
+    EXPECT_NE(error.find("has a corner that is none"), std::string::npos) << error;
+  }
+  Shape shape;
+  std::string error;
+  EXPECT_FALSE(Read(std::string(kPools) + std::string("f 1 2 3\0 4 5\n", 13), &shape, &error));
+  EXPECT_TRUE(Read(std::string(kPools) + "f 1 2 3 # the roof\n", &shape, &error)) << error;
+  EXPECT_EQ(shape.index_sets()[0]->point_indices(), (std::vector<int>{0, 1, 2}));
+}
+
+std::size_t CountOf(const Shape& shape, int format) {
+  std::size_t count = 0;
+  for (const IndexSet* const set : shape.index_sets()) {
+    count += set->format() == format ? set->point_indices().size() : 0;
+  }
+  return count;
+}
+
+TEST(Obj, KeepsTheLinesBeforeAGroupAndAMaterialOnce) {
+  const std::string line = std::string(kPools) + "l 1 2\n";
+  for (const std::string& text :
+       {line + "g x\nf 1 2 3\n", line + "usemtl a\nf 1 2 3\nusemtl b\nf 1 2 3\n",
+        line + "o x\nf 1 2 3\n", std::string(kPools) + "f 1 2 3\ng x\nl 1 2\ng y\n"}) {
+    Shape shape;
+    std::string error;
+    ASSERT_TRUE(Read(text, &shape, &error)) << error;
+    EXPECT_EQ(CountOf(shape, IndexSet::kLines), 2u) << text;
+    EXPECT_GE(CountOf(shape, IndexSet::kTriangles), 3u) << text;
+  }
+}
+
+TEST(Obj, StepsOverAByteOrderMarkAndWeights) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(Read("\xEF\xBB\xBFv 9 9 9\nv 0 0 0\nv 1 0 0\nvw 1 4294967297\nvw 1 -1 0\nf 1 2 3\n",
+                   &shape, &error))
+      << error;
+  ASSERT_EQ(shape.points().size(), 3u);
+  EXPECT_EQ(shape.points()[0].x, 9.0);
+}
+
+TEST(Obj, TellsOfAHundredMissingLibrariesAtMost) {
+  std::string text = std::string(kPools) + "f 1 2 3\n";
+  for (int i = 0; i < 1000; ++i) {
+    text += "mtllib nothing\n";
+  }
+  Shape shape;
+  std::string error;
+  std::vector<std::string> warnings;
+  EXPECT_TRUE(ReadObj(text, "no-such-folder/", &shape, &error, &warnings));
+  EXPECT_EQ(warnings.size(), 100u);
+}
+
 TEST(Obj, TellsOfALibraryThatCannotBeRead) {
   Shape shape;
   std::string error;
