@@ -65,8 +65,8 @@ struct Service {
       int chunk = std::min(kPoints - done, ElevationQuery::kDefaultMaxPointsPerRequest);
       QByteArray url;
       while (url.isEmpty()) {
-        url = nimbara::spatial::ElevationRequestUrl(ElevationQuery::s_url_, &points[done], chunk,
-                                                    kMaxUrlLength);
+        url = nimbara::spatial::ElevationRequestUrl(ElevationQuery::s_url_, points.data() + done,
+                                                    chunk, kMaxUrlLength);
         chunk = url.isEmpty() ? chunk * 4 / 5 : chunk;
       }
       addresses.push_back(url.toStdString());

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // `pelorin building` as its users meet it.
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "base/little_endian.h"
 #include "tests/apps/command/command_runner.h"
 
 namespace pelorin {
@@ -174,8 +176,7 @@ TEST_F(BuildingVerb, WritesAGlbWithFacesAndLinesAndTheRoofsUpwards) {
   ASSERT_EQ(Run(arguments).exit_code, 0);
   const std::string glb = Content(Path("houses.glb"));
   ASSERT_EQ(glb.substr(0, 4), "glTF");
-  const auto byte = [&glb](std::size_t i) { return static_cast<unsigned char>(glb[i]); };
-  const std::size_t size = byte(12) | byte(13) << 8 | byte(14) << 16;
+  const auto size = LoadLittleEndian<std::uint32_t>(glb.data() + 12);
   const Json scene = Json::parse(glb.substr(20, size));
   std::vector<int> modes;
   for (const Json& primitive : scene["meshes"][0]["primitives"]) {
@@ -184,7 +185,8 @@ TEST_F(BuildingVerb, WritesAGlbWithFacesAndLinesAndTheRoofsUpwards) {
   EXPECT_EQ(modes, (std::vector<int>{4, 1}));
   // Heights are along y, from the base to the roof, around the origin of the node.
   const Json& places =
-      scene["accessors"][scene["meshes"][0]["primitives"][0]["attributes"]["POSITION"].get<int>()];
+      scene["accessors"]
+           [scene["meshes"][0]["primitives"][0]["attributes"]["POSITION"].get<std::size_t>()];
   EXPECT_DOUBLE_EQ(places["max"][1].get<double>() - places["min"][1].get<double>(), 14.5);
 }
 

@@ -163,7 +163,7 @@ TEST_F(ElevationCommand, FollowsNoPathWithAGap) {
 }
 
 TEST_F(ElevationCommand, InterpolatesAsItIsTold) {
-  const auto height = [this](const std::vector<std::string>& more) {
+  const auto height = [](const std::vector<std::string>& more) {
     std::vector<std::string> line = {"elevation", "47.50148,-24.50377", "--json"};
     line.insert(line.end(), more.begin(), more.end());
     const CommandRun run = RunPelorin(line);

@@ -192,7 +192,7 @@ class FullDisk {
 TEST(DatasetWriter, OnAFullDiskKeepsTheOldFileAndLeavesNoOther) {
   const TemporaryFolder folder;
   const std::string file = folder.Write("town.db", "old");
-  for (const rlim_t room : {0, 20000, 400000}) {
+  for (const rlim_t room : {0u, 20000u, 400000u}) {
     std::string error;
     bool written = false;
     {

@@ -287,7 +287,7 @@ TEST(BitDecoder, ReadsTheGammaCodesOfEveryLengthFromEveryBitOfAByte) {
   for (int before = 0; before < 8; ++before) {
     for (unsigned n = 0; n < 32; ++n) {
       const auto value = static_cast<std::uint32_t>(BitEncoder::mask_[n + 1]);
-      for (const std::size_t behind : {0, 1, 16}) {
+      for (const std::size_t behind : {0u, 1u, 16u}) {
         BitWriterTwin twin;
         twin.PutBits(0, before);
         twin.PutGamma(value);

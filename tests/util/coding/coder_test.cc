@@ -202,7 +202,7 @@ TEST(DecoderVarint64, LeavesThePositionWhereTheBytesRanOut) {
 }
 
 TEST(DecoderVarint64, StaysWhereItWasWhenTenBytesGoOn) {
-  for (const std::size_t size : {10, 11, 12}) {
+  for (const std::size_t size : {10u, 11u, 12u}) {
     const ExactBytes bytes(std::string(size, '\x80'));
     Decoder decoder(bytes.data(), bytes.size());
     std::uint64_t v = 77;
