@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "apps/buildings/stream_file.h"
@@ -175,9 +176,10 @@ Outcome Building(const BuildingFlags& flags, const Session& session) {
   if (flags.output.empty()) {
     return WriteOutput("-", false, BuildingText(report));
   }
-  std::string text = BuildingText(report);
-  text.pop_back();
-  session.Tell(text);
+  std::istringstream text(BuildingText(report));
+  for (std::string line; std::getline(text, line);) {
+    session.Tell(line);
+  }
   return Outcome::Done();
 }
 

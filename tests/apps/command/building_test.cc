@@ -64,6 +64,24 @@ TEST_F(BuildingVerb, TellsWhatFootprintsAreThere) {
   EXPECT_EQ(Files(), std::vector<std::string>{"houses.geojson"});
 }
 
+TEST_F(BuildingVerb, TellsTheSameInLinesBesideAFile) {
+  const std::string told = Run({Path("houses.geojson")}).out;
+  const CommandRun run = Run({Path("houses.geojson"), "-o", Path("houses.zb")});
+  EXPECT_EQ(run.err, told);
+  EXPECT_GT(std::count(told.begin(), told.end(), '\n'), 3) << told;
+}
+
+TEST_F(BuildingVerb, TellsOfAFileWithoutLettingItSpeakToTheTerminal) {
+  Write(Path("loud.geojson"),
+        R"({"type":"Feature","properties":{"height":"\u001b[31m\n\nhigh"},"geometry":)"
+        R"({"type":"Polygon","coordinates":[[[13,52],[13.001,52],[13.001,52.001]]]}})");
+  const CommandRun run = Run({Path("loud.geojson"), "--json"});
+  EXPECT_EQ(run.exit_code, 0);
+  EXPECT_NE(run.err.find("\" [31m  high\" is no height"), std::string::npos) << run.err;
+  EXPECT_EQ(run.err.find('\x1B'), std::string::npos);
+  EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+}
+
 TEST_F(BuildingVerb, TellsItAsJson) {
   const CommandRun run = Run({Path("houses.geojson"), "--json", "--origin", "52,13"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
