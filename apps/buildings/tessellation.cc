@@ -46,7 +46,7 @@ bool IsOnOneSide(const Segment& segment, const Segment& line) {
   return (from < 0.0 && to < 0.0) || (from > 0.0 && to > 0.0);
 }
 
-// Whether two segments have a point in common that begin before either ends.
+// Whether two segments, each of which begins before the other ends, have a point in common.
 bool Meet(const Segment& a, const Segment& b) {
   return !IsOnOneSide(a, b) && !IsOnOneSide(b, a);
 }

@@ -29,9 +29,9 @@ class BitRunWriter {
   BitRunWriter(const BitRunWriter&) = delete;
   BitRunWriter& operator=(const BitRunWriter&) = delete;
 
-  /// Makes room for so many bits from here, and some bytes more, which counts where the encoder
-  /// has a fixed buffer. Throws what the allocator throws; the fields so far are
-  /// then in the encoder, and no more can be put.
+  /// Makes room for so many bits from here, and for some bytes more, which counts where the encoder
+  /// has a fixed buffer. Throws what the allocator throws; the fields so far are then in the
+  /// encoder, and no more can be put.
   void MakeRoom(std::size_t bits) {
     End();
     encoder_->mutable_encoder()->Ensure(bits / 8 + kSlack);
