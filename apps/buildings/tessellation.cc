@@ -13,9 +13,9 @@ namespace {
 
 // The triangulation works through all ears of a polygon for each triangle of it.
 constexpr std::size_t kMaxPoints = 100000;
-// The repair of an outline takes seconds for a thousand places where it crosses itself, most of a
-// minute for five thousand. One that was drawn has a few.
-constexpr std::size_t kMaxCrossings = 100;
+// The repair of an outline takes up to seconds for a thousand places where it crosses or touches
+// itself, most of a minute for five thousand. One that was drawn has a few, or shares a boundary.
+constexpr std::size_t kMaxMeetings = 1000;
 
 bool Before(const PlanePoint& a, const PlanePoint& b) {
   return a.x < b.x || (a.x == b.x && a.y < b.y);
@@ -48,11 +48,13 @@ bool IsOnOneSide(const Segment& segment, const Segment& line) {
 
 // Whether two segments, each of which begins before the other ends, have a point in common.
 bool Meet(const Segment& a, const Segment& b) {
-  return !IsOnOneSide(a, b) && !IsOnOneSide(b, a);
+  const auto [a_low, a_high] = std::minmax(a.from.y, a.to.y);
+  const auto [b_low, b_high] = std::minmax(b.from.y, b.to.y);
+  return a_low <= b_high && b_low <= a_high && !IsOnOneSide(a, b) && !IsOnOneSide(b, a);
 }
 
 // Throws for outlines of which too many segments cross, touch or cover each other.
-void CheckCrossings(const std::vector<PlaneRing>& rings) {
+void CheckMeetings(const std::vector<PlaneRing>& rings) {
   std::vector<Segment> segments;
   for (const PlaneRing& ring : rings) {
     for (std::size_t i = 0; i < ring.size(); ++i) {
@@ -63,14 +65,14 @@ void CheckCrossings(const std::vector<PlaneRing>& rings) {
   std::sort(segments.begin(), segments.end(),
             [](const Segment& a, const Segment& b) { return Before(a.from, b.from); });
   // Each meets the one behind it.
-  const std::size_t most = segments.size() + kMaxCrossings;
+  const std::size_t most = segments.size() + kMaxMeetings;
   std::size_t meetings = 0;
   for (auto a = segments.begin(); a != segments.end(); ++a) {
     for (auto b = a + 1; b != segments.end() && !Before(a->to, b->from); ++b) {
       meetings += Meet(*a, *b) ? 1 : 0;
       if (meetings > most) {
-        throw TessellationFault("it crosses itself more than " + std::to_string(kMaxCrossings) +
-                                " times");
+        throw TessellationFault("it crosses or touches itself more than " +
+                                std::to_string(kMaxMeetings) + " times");
       }
     }
   }
@@ -142,7 +144,7 @@ class Tessellator::Geos {
     if (valid != 0) {
       return polygon;
     }
-    CheckCrossings(rings);
+    CheckMeetings(rings);
     return Checked(GEOSMakeValid_r(handle_, polygon.get()));
   }
 

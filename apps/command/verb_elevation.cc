@@ -292,7 +292,7 @@ Outcome AnswerTrack(const ElevationFlags& flags, const std::string& format,
   }
   if (!any_line) {
     return Outcome::Fail(ExitCode::kNothingFound, "there is neither track nor route in it",
-                         flags.track);
+                         InputName(flags.track));
   }
   std::vector<double> heights;
   if (Outcome outcome = Fetched(flags, places, session, &heights); !outcome.ok()) {

@@ -171,8 +171,8 @@ Outcome Report(const JpegDateFlags& flags, const std::vector<PhotoPath>& paths,
       ForEach(paths, session, [](const PhotoPath& path) { return ReadPhoto(path.path); });
   const bool any_read = std::any_of(photos.begin(), photos.end(),
                                     [](const Photo& photo) { return photo.error.empty(); });
-  // A file is not made, and none replaced, to say nothing.
-  if (any_read || output == "-") {
+  // A file is not made, and none replaced, to say nothing: only JSON and CSV tell of failures.
+  if (any_read || output == "-" || format == "json" || format == "csv") {
     if (Outcome outcome = WriteOutput(output, flags.overwrite, InFormat(photos, format, is_list));
         !outcome.ok()) {
       return outcome;

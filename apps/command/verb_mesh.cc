@@ -268,7 +268,7 @@ Outcome RunValidate(const MeshFlags& flags, const Session& session) {
   return Outcome::Done();
 }
 
-/// Fails for an option that the action would leave unused.
+/// Fails for an option of another action.
 Outcome CheckUsed(const CLI::App& verb, const std::string& action) {
   for (const CLI::Option* option : verb.get_options()) {
     const bool is_of_streams = option->get_group() == kStreamGroup;

@@ -9,7 +9,7 @@
 #include "apps/mesh/mesh_stream.h"
 #include "apps/mesh/obj_reader.h"
 #include "apps/mesh/plain_glb.h"
-#include "apps/mesh/ply_check.h"
+#include "apps/mesh/plain_ply.h"
 #include "apps/mesh/scene_reader.h"
 
 namespace pelorin {
@@ -26,14 +26,10 @@ bool Read(const std::string& bytes, const std::string& path, MeshFormat format,
   case MeshFormat::kObj:
     return ReadObj(bytes, path.substr(0, path.rfind('/') + 1), shape, error, warnings);
   case MeshFormat::kPly:
-    if (!CheckPly(bytes, error)) {
-      return false;
-    }
-    return ReadScene(bytes, NameOfFormat(format), shape, error);
   case MeshFormat::kGlb: {
     std::string plain;
-    return MakePlainGlb(bytes, &plain, error) &&
-           ReadScene(plain, NameOfFormat(format), shape, error);
+    const auto make_plain = format == MeshFormat::kPly ? MakePlainPly : MakePlainGlb;
+    return make_plain(bytes, &plain, error) && ReadScene(plain, NameOfFormat(format), shape, error);
   }
   case MeshFormat::kStream:
     return DecodeMesh(bytes, shape, nullptr, error);

@@ -135,15 +135,6 @@ constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kNewObject = "o part";
 constexpr std::size_t kMostWarnings = 100;
 
-std::size_t CountWords(std::string_view text) {
-  std::size_t words = 0;
-  for (std::size_t at = text.find_first_not_of(kBlanks); at != std::string_view::npos;
-       at = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, at))) {
-    ++words;
-  }
-  return words;
-}
-
 // What is wrong with the numbers behind `word`, to follow "line 7 "; empty if nothing is. The
 // library would take 0 for a number that it cannot read.
 std::string NumbersFault(std::string_view word, std::string_view rest) {
@@ -191,16 +182,63 @@ bool IsCorner(std::string_view word) {
   return false;
 }
 
-bool AreCorners(std::string_view rest) {
+// Appends the corners behind `word` of a face or a line to `*taken`; what is wrong with them, to
+// follow "line 7 ", empty if nothing is.
+std::string TakeCorners(std::string_view word, std::string_view rest, std::string* taken) {
+  taken->append(word);
+  std::size_t count = 0;
   for (std::size_t at = rest.find_first_not_of(kBlanks); at != std::string_view::npos;
        at = rest.find_first_not_of(kBlanks, at)) {
     const std::size_t end = std::min(rest.find_first_of(kBlanks, at), rest.size());
-    if (!IsCorner(rest.substr(at, end - at))) {
-      return false;
+    std::string_view corner = rest.substr(at, end - at);
+    if (corner[0] == '#') {
+      break;
     }
+    // "1//" says no more than "1".
+    corner = corner.substr(0, corner.find_last_not_of('/') + 1);
+    if (!IsCorner(corner)) {
+      return "has a corner that is none";
+    }
+    taken->append(" ").append(corner);
+    ++count;
     at = end;
   }
-  return true;
+  return word == "f" && count > kMostCorners
+             ? "has more than " + std::to_string(kMostCorners) + " corners"
+             : "";
+}
+
+bool HasNumbers(std::string_view word) {
+  return word == "v" || word == "vn" || word == "vt" || word == "f" || word == "l";
+}
+
+// A line without the blanks in front of it, and its first word.
+struct Line {
+  std::string text;
+  std::string_view word() const {
+    return std::string_view(text).substr(0, text.find_first_of(kBlanks));
+  }
+  std::string_view rest() const { return std::string_view(text).substr(word().size()); }
+};
+
+// Takes the next line off `*text`, one of numbers with those that a backslash joins to it; how many
+// there were.
+std::size_t TakeLine(std::string_view* text, Line* line) {
+  line->text.clear();
+  for (std::size_t taken = 1;; ++taken) {
+    const std::size_t end = std::min(text->find_first_of("\r\n"), text->size());
+    const std::string_view part = text->substr(0, end);
+    line->text.append(
+        part.substr(taken > 1 ? 0 : std::min(part.find_first_not_of(kBlanks), part.size())));
+    text->remove_prefix(std::min(text->size(), end + (text->substr(end, 2) == "\r\n" ? 2 : 1)));
+    if (line->text.empty() || line->text.back() != '\\' || !HasNumbers(line->word())) {
+      return taken;
+    }
+    line->text.back() = ' ';
+    if (text->empty()) {
+      return taken;
+    }
+  }
 }
 
 // The lines that make the mesh, as the library takes them right. It makes room for as many tags of
@@ -214,40 +252,26 @@ bool TakeLines(std::string_view text, std::string* taken, std::string* error) {
     text.remove_prefix(kByteOrderMark.size());
   }
   taken->reserve(text.size());
-  for (std::size_t number = 1; !text.empty(); ++number) {
-    std::size_t end = text.find_first_of("\r\n");
-    const std::string_view line = text.substr(0, end);
-    if (text.substr(line.size(), 2) == "\r\n") {
-      ++end;
-    }
-    const std::string_view words =
-        line.substr(std::min(line.find_first_not_of(kBlanks), line.size()));
-    const std::string_view word = words.substr(0, words.find_first_of(kBlanks));
-    if (word == "f" && CountWords(line) > kMostCorners + 1) {
-      *error = "the face in line " + std::to_string(number) + " has more than " +
-               std::to_string(kMostCorners) + " corners";
-      return false;
-    }
-    if (const std::string fault = NumbersFault(word, words.substr(word.size())); !fault.empty()) {
-      *error = "line " + std::to_string(number) + " " + fault;
-      return false;
-    }
+  Line line;
+  for (std::size_t number = 1, lines = 0; !text.empty(); number += lines) {
+    lines = TakeLine(&text, &line);
+    const std::string_view word = line.word();
+    std::string fault;
     if (word == "f" || word == "l") {
-      const std::string_view corners = words.substr(0, words.find('#'));
-      if (!AreCorners(corners.substr(word.size()))) {
-        *error = "line " + std::to_string(number) + " has a corner that is none";
-        return false;
-      }
-      taken->append(corners);
+      fault = TakeCorners(word, line.rest(), taken);
     } else if (word == "g" || word == "o") {
       taken->append(kNewObject);
     } else if (word == "usemtl") {
-      taken->append(kNewObject).append("\n").append(line);
+      taken->append(kNewObject).append("\n").append(line.text);
     } else if (word != "t" && word != "vw" && word != "p") {
-      taken->append(line);
+      fault = NumbersFault(word, line.rest());
+      taken->append(line.text);
+    }
+    if (!fault.empty()) {
+      *error = "line " + std::to_string(number) + " " + fault;
+      return false;
     }
     taken->append("\n");
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
   }
   return true;
 }

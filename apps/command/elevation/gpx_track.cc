@@ -2,6 +2,7 @@
 #include "apps/command/elevation/gpx_track.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <pugixml.hpp>
 #include <sstream>

@@ -134,9 +134,23 @@ TEST_F(Tessellation, FailsForTanglesThatWouldTakeTheRepairForever) {
       Cut({ring});
       FAIL();
     } catch (const TessellationFault& fault) {
-      EXPECT_STREQ(fault.what(), "it crosses itself more than 100 times");
+      EXPECT_STREQ(fault.what(), "it crosses or touches itself more than 1000 times");
     }
   }
+}
+
+TEST_F(Tessellation, RepairsCourtyardsThatShareALongBoundary) {
+  PlaneRing left = {PlanePoint(10, 90), PlanePoint(10, 10)};
+  PlaneRing right = {PlanePoint(90, 90), PlanePoint(90, 10)};
+  for (int i = 0; i <= 200; ++i) {
+    const PlanePoint shared(50 + i % 2, 10 + 0.4 * i);
+    left.push_back(shared);
+    right.push_back(shared);
+  }
+  const PlaneRing outline = {PlanePoint(0, 0), PlanePoint(100, 0), PlanePoint(100, 100),
+                             PlanePoint(0, 100)};
+  EXPECT_FALSE(Cut({outline, left, right}).empty());
+  EXPECT_TRUE(repaired_);
 }
 
 TEST_F(Tessellation, RepairsALongOutlineThatCrossesItselfAFewTimes) {

@@ -149,7 +149,7 @@ TEST(Obj, RefusesAFaceOfMoreCornersThanItsReaderCounts) {
   EXPECT_EQ(shape.index_sets()[1]->point_indices(), Indices({0, 1, 2}));
   Shape other;
   EXPECT_FALSE(Read(polygon(300), &other, &error));
-  EXPECT_EQ(error, "the face in line 302 has more than 255 corners");
+  EXPECT_EQ(error, "line 302 has more than 255 corners");
 }
 
 TEST(Obj, RefusesNumbersThatAreNone) {
@@ -175,8 +175,8 @@ TEST(Obj, RefusesNumbersThatAreNone) {
 }
 
 TEST(Obj, RefusesCornersThatAreNone) {
-  for (const char* line : {"f 4294967297 2 3", "f 1.9 2 3", "f 1x 2y 3z", "f 1 2 0", "f 1/ 2/ 3/",
-                           "f 1//", "f 1/2/3/4 2 3", "f / 2 3", "l 1 2z", "f + 1 2"}) {
+  for (const char* line : {"f 4294967297 2 3", "f 1.9 2 3", "f 1x 2y 3z", "f 1 2 0",
+                           "f 1/2/3/4 2 3", "f / 2 3", "l 1 2z", "f + 1 2"}) {
     Shape shape;
     std::string error;
     EXPECT_FALSE(Read(std::string(kPools) + line + "\nf 1 2 3\n", &shape, &error)) << line;
@@ -185,8 +185,33 @@ TEST(Obj, RefusesCornersThatAreNone) {
   Shape shape;
   std::string error;
   EXPECT_FALSE(Read(std::string(kPools) + std::string("f 1 2 3\0 4 5\n", 13), &shape, &error));
-  EXPECT_TRUE(Read(std::string(kPools) + "f 1 2 3 # the roof\n", &shape, &error)) << error;
-  EXPECT_EQ(shape.index_sets()[0]->point_indices(), (std::vector<int>{0, 1, 2}));
+}
+
+TEST(Obj, TakesCornersAsPeopleWriteThem) {
+  std::string remark = " # the roof";
+  for (int i = 0; i < 300; ++i) {
+    remark += " of it";
+  }
+  for (const std::string& line :
+       {std::string("f 1// 2// 3//"), std::string("f 1/ 2/ 3/"), std::string("f 1/1/ 2/1/ 3/1/ "),
+        "f 1 2 3" + remark, std::string("\tf 1 2 \\\n3"), std::string("f \\\r\n1 2 3\\")}) {
+    Shape shape;
+    std::string error;
+    ASSERT_TRUE(Read(std::string(kPools) + line + "\n", &shape, &error)) << line << error;
+    EXPECT_EQ(shape.index_sets()[0]->point_indices(), (std::vector<int>{0, 1, 2})) << line;
+  }
+}
+
+TEST(Obj, JoinsOnlyLinesOfNumbersAndCountsThemAll) {
+  Shape shape;
+  std::string error;
+  ASSERT_TRUE(
+      Read("# C:\\models\\\nv 7 \\\n 8 9\ng C:\\\nv 0 0 0\nv 1 0 0\nf 1 2 3\n", &shape, &error))
+      << error;
+  ASSERT_EQ(shape.points().size(), 3u);
+  EXPECT_EQ(shape.points()[0].y, 8.0);
+  EXPECT_FALSE(Read("v 7 \\\n 8 9\nv x 0 0\n", &shape, &error));
+  EXPECT_EQ(error, "line 3 has a number that is none");
 }
 
 std::size_t CountOf(const Shape& shape, int format) {

@@ -344,12 +344,10 @@ TEST(BitDecoder, KnowsItsBitsInHandWhereAnIntCouldNotCountThoseRead) {
 
 TEST(BitDecoder, ReadsOnWhereAnIntCouldNotCountTheBits) {
   constexpr std::size_t kSize = (std::size_t{1} << 28) + 12;
-  // Zero pages, of which only the last is written to.
-  const std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::calloc(kSize, 1)),
-                                                          &std::free);
-  ASSERT_NE(bytes, nullptr);
-  bytes.get()[kSize - 4] = 7;
-  BitDecoder decoder(bytes.get(), kSize);
+  ZeroPages pages(kSize);
+  ASSERT_NE(pages.data(), nullptr);
+  pages.data()[kSize - 4] = 7;
+  BitDecoder decoder(pages.data(), kSize);
   std::uint32_t sum = 0;
   for (std::size_t field = 0; field < kSize / 4 - 1; ++field) {
     std::uint32_t v = 1;
