@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "util/coding/bit_run.h"
 #include "util/coding/bitcoding.h"
 #include "util/coding/coder.h"
 
@@ -161,6 +162,31 @@ void PutBits(benchmark::State& state) {
   CountFields(&state, bytes);
 }
 
+// As the coders of meshes put fields: room for a block of them at once.
+void PutRun(benchmark::State& state) {
+  constexpr std::size_t kBlock = 256;
+  const std::vector<Field> fields = MakeFields(state.range(0));
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    BitEncoder encoder;
+    encoder.mutable_encoder()->Ensure(kFields * 4 + 64);
+    {
+      BitRunWriter run(&encoder);
+      for (std::size_t first = 0; first < fields.size(); first += kBlock) {
+        run.MakeRoom(kBlock * 32);
+        for (std::size_t i = first; i < first + kBlock; ++i) {
+          run.Put(fields[i].value, fields[i].bits);
+        }
+      }
+    }
+    encoder.Flush();
+    bytes = encoder.encoder().length();
+    benchmark::DoNotOptimize(encoder.encoder().base());
+    benchmark::ClobberMemory();
+  }
+  CountFields(&state, bytes);
+}
+
 std::string Written(const std::vector<Field>& fields) {
   BitEncoder encoder;
   for (const Field& field : fields) {
@@ -196,6 +222,31 @@ void GetBits(benchmark::State& state) {
     for (const Field& field : fields) {
       std::uint32_t v = 0;
       decoder.GetBits(field.bits, &v);
+      sum += v;
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  CountFields(&state, stream.size());
+}
+
+void GetRun(benchmark::State& state) {
+  const std::vector<Field> fields = MakeFields(state.range(0));
+  const std::string stream = Written(fields);
+  for (auto _ : state) {
+    BitDecoder decoder(stream.data(), stream.size());
+    std::uint32_t sum = 0;
+    std::size_t i = 0;
+    {
+      BitRunReader run(&decoder);
+      for (; i < fields.size() && run.has_bits(); ++i) {
+        const std::uint64_t mask = (std::uint64_t{1} << fields[i].bits) - 1;
+        sum += static_cast<std::uint32_t>(run.Peek() & mask);
+        run.Consume(fields[i].bits);
+      }
+    }
+    for (; i < fields.size(); ++i) {
+      std::uint32_t v = 0;
+      decoder.GetBits(fields[i].bits, &v);
       sum += v;
     }
     benchmark::DoNotOptimize(sum);
@@ -357,9 +408,11 @@ int Log2ByTable(std::uint32_t v) {
 // 12 and 32: widths from 1 to that at random; -10: always ten bits.
 #define BIT_WIDTHS ->Arg(12)->Arg(32)->Arg(-10)
 BENCHMARK(PutBits) BIT_WIDTHS;
+BENCHMARK(PutRun) BIT_WIDTHS;
 BENCHMARK_TEMPLATE(PutPlain, PlainWriter) BIT_WIDTHS;
 BENCHMARK_TEMPLATE(PutPlain, PlainWordWriter) BIT_WIDTHS;
 BENCHMARK(GetBits) BIT_WIDTHS;
+BENCHMARK(GetRun) BIT_WIDTHS;
 BENCHMARK_TEMPLATE(GetPlain, PlainReader) BIT_WIDTHS;
 BENCHMARK_TEMPLATE(GetPlain, PlainWordReader) BIT_WIDTHS;
 BENCHMARK(PutGamma)->Arg(8)->Arg(24);
