@@ -222,7 +222,7 @@ struct Line {
 };
 
 // Takes the next line off `*text`, one of numbers with those that a backslash joins to it; how many
-// there were.
+// there were. At the end of a remark a backslash is part of it.
 std::size_t TakeLine(std::string_view* text, Line* line) {
   line->text.clear();
   for (std::size_t taken = 1;; ++taken) {
@@ -231,7 +231,8 @@ std::size_t TakeLine(std::string_view* text, Line* line) {
     line->text.append(
         part.substr(taken > 1 ? 0 : std::min(part.find_first_not_of(kBlanks), part.size())));
     text->remove_prefix(std::min(text->size(), end + (text->substr(end, 2) == "\r\n" ? 2 : 1)));
-    if (line->text.empty() || line->text.back() != '\\' || !HasNumbers(line->word())) {
+    if (line->text.empty() || line->text.back() != '\\' || !HasNumbers(line->word()) ||
+        line->text.find('#') != std::string::npos) {
       return taken;
     }
     line->text.back() = ' ';

@@ -205,8 +205,8 @@ TEST(Obj, TakesCornersAsPeopleWriteThem) {
 TEST(Obj, JoinsOnlyLinesOfNumbersAndCountsThemAll) {
   Shape shape;
   std::string error;
-  ASSERT_TRUE(
-      Read("# C:\\models\\\nv 7 \\\n 8 9\ng C:\\\nv 0 0 0\nv 1 0 0\nf 1 2 3\n", &shape, &error))
+  ASSERT_TRUE(Read("# C:\\models\\\nv 7 \\\n 8 9\ng C:\\\nv 0 0 0 # C:\\\nv 1 0 0\nf 1 2 3\n",
+                   &shape, &error))
       << error;
   ASSERT_EQ(shape.points().size(), 3u);
   EXPECT_EQ(shape.points()[0].y, 8.0);
